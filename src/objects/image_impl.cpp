@@ -1,0 +1,296 @@
+#include "objects/image_impl.h"
+
+#include <mutex>
+#include <stdlib.h>
+#include <string.h>
+
+#include "channel/channel.h"
+#include "channel/identify.h"
+#include "channel/properties.h"
+#include "channel/world.h"
+#include "colour/colormap.h"
+#include <tarnimage/tarn_file.h>
+
+namespace {
+
+// Serialises this class's calls into the core, whose identification and
+// drivers keep static state.
+std::mutex integratorLock;
+
+// Companion files that sit beside rasters and must never be listed as images.
+const char* const kCompanionEndings[] = {"met", "aux", "xml", "rrd"};
+
+struct Utf8Buffer {
+    explicit Utf8Buffer(const CTarnUString& text) : data(text.getUTF8EncodedBuffer()) {}
+    ~Utf8Buffer() { CTarnUString::releaseCharBuffer(data); }
+    Utf8Buffer(const Utf8Buffer&) = delete;
+    Utf8Buffer& operator=(const Utf8Buffer&) = delete;
+    char* data;
+};
+
+}  // namespace
+
+CIImageImpl::CIImageImpl() { initialise(); }
+
+CIImageImpl::CIImageImpl(const CTarnUString& path) {
+    initialise();
+    Open(path);
+    m_clipX = m_clipY = m_resultX = m_resultY = 0;
+    m_clipWidth = m_resultWidth = m_width;
+    m_clipHeight = m_resultHeight = m_height;
+}
+
+void CIImageImpl::initialise() {
+    memset(&m_image, 0, sizeof(m_image));
+    reset_image(&m_image);
+    memset(m_colorMapName, 0, sizeof(m_colorMapName));
+    memset(m_lutName, 0, sizeof(m_lutName));
+}
+
+CIImageImpl::~CIImageImpl() { destroy(); }
+
+void CIImageImpl::destroy() {
+    reset();
+    free(m_rowBuffer);
+    m_rowBuffer = nullptr;
+    free_colormap(m_externalColorMap);
+    m_externalColorMap = nullptr;
+    if (m_colorMap) m_colorMap->release();
+    m_colorMap = nullptr;
+}
+
+long CIImageImpl::addRef() { return ++m_refCount; }
+
+long CIImageImpl::release() {
+    long count = --m_refCount;
+    if (count > 0) return count;
+    if (m_streams) {
+        // Survive the collection's last internalRelease while it goes.
+        m_refCount = 1;
+        IInternalRStreamCollection* streams = m_streams;
+        m_streams = nullptr;
+        streams->release();
+        --m_refCount;
+    }
+    if (m_internalRefCount == 0) {
+        delete this;
+        return 0;
+    }
+    return m_refCount;
+}
+
+long CIImageImpl::internalAddRef() { return ++m_internalRefCount; }
+
+long CIImageImpl::internalRelease() {
+    long count = --m_internalRefCount;
+    if (count <= 0 && m_refCount <= 0) {
+        delete this;
+        return 0;
+    }
+    return count;
+}
+
+void CIImageImpl::Open(const CTarnUString& path) {
+    m_valid = 0;
+    m_externalColorMap = nullptr;
+    bool locked = false;
+    try {
+        CTarnUString name(path);
+        CTarnUString ending = name.right(3);
+        for (const char* companion : kCompanionEndings)
+            if (ending.isEqualTo(companion)) return;
+        // A last component shorter than three characters is no raster of ours.
+        if (ending.charAt(0) == '/' || ending.charAt(1) == '/') return;
+
+        if (name.endsWith("w") || name.endsWith("W")) {
+            // A world file describes its neighbour; it is never an image itself.
+            FILE* file = tarn_fopen(name, "r");
+            if (file) {
+                double transform[6];
+                int read = tarn_read_world_file(file, transform);
+                tarn_fclose(file);
+                if (read) {
+                    m_geoReference[0] = transform[0];
+                    m_geoReference[1] = transform[2];
+                    m_geoReference[2] = transform[4];
+                    m_geoReference[3] = transform[1];
+                    m_geoReference[4] = transform[3];
+                    m_geoReference[5] = transform[5];
+                    return;
+                }
+            }
+        }
+
+        char resolved[TARN_PATH_MAX];
+        resolved[0] = '\0';
+        {
+            Utf8Buffer utf8(name);
+            if (!utf8.data) return;
+            integratorLock.lock();
+            locked = true;
+            int type = -1;
+            int result = get_image_type_from_name(utf8.data, resolved, &type);
+            m_type = type;
+            integratorLock.unlock();
+            locked = false;
+            if (result == -1) return;
+            if (result == 10) m_externalColorMap = MakeGridColorMap(resolved);
+        }
+
+        integratorLock.lock();
+        locked = true;
+        int rows = 0, columns = 0, bands = 0, depth = 0;
+        int info = get_image_info(m_type, resolved, &rows, &columns, &bands, &depth);
+        integratorLock.unlock();
+        locked = false;
+        if (info == -1) return;
+        m_height = rows;
+        m_width = columns;
+        m_bandCount = bands;
+        m_depth = depth;
+
+        m_valid = 1;
+        tarn_setFileSystemPath(m_path, resolved);
+        m_path.correctPath();
+        m_name = m_path;
+        m_name.subtractPath();
+        m_bitmapDepth = 32;
+        m_colorCount = m_colorCount2 = 0x1000000;
+        m_hasMore = 1;
+    } catch (...) {
+        if (locked) integratorLock.unlock();
+        m_valid = 0;
+    }
+}
+
+bool CIImageImpl::isGeoReferenced() {
+    if (!m_geoTried) {
+        m_geoTried = 1;
+        double t[6] = {0, 0, 0, 0, 0, 0};
+        int result;
+        {
+            Utf8Buffer utf8(m_path);
+            std::lock_guard<std::mutex> guard(integratorLock);
+            result = utf8.data ? get_image_to_world_transform(m_type, utf8.data, t) : -1;
+        }
+        if (result == -1) {
+            m_geoValid = 0;
+        } else {
+            m_geoValid = 1;
+            m_geoReference[0] = t[0];
+            m_geoReference[1] = t[2];
+            m_geoReference[2] = t[4];
+            m_geoReference[3] = t[1];
+            m_geoReference[4] = t[3];
+            m_geoReference[5] = t[5];
+        }
+    }
+    return m_geoValid != 0;
+}
+
+void CIImageImpl::getGeoReference(double* a, double* b, double* c, double* d, double* e,
+                                  double* f) {
+    bool valid = isGeoReferenced();
+    double* out[6] = {a, b, c, d, e, f};
+    for (int i = 0; i < 6; ++i)
+        if (out[i]) *out[i] = valid ? m_geoReference[i] : 0.0;
+}
+
+void CIImageImpl::setClipRect(long x, long y, long width, long height) {
+    // Kept in the record's 32-bit fields; a host's longs beyond that range
+    // are pinned rather than wrapped.
+    auto pin = [](long v) -> int32_t {
+        if (v > INT32_MAX) return INT32_MAX;
+        if (v < INT32_MIN) return INT32_MIN;
+        return static_cast<int32_t>(v);
+    };
+    m_clipX = pin(x);
+    m_clipY = pin(y);
+    m_clipWidth = pin(width);
+    m_clipHeight = pin(height);
+    if (m_clipX < 0) m_clipX = 0;
+    if (m_clipY < 0) m_clipY = 0;
+    if (static_cast<long long>(m_clipX) + m_clipWidth >= m_width) m_clipWidth = m_width - m_clipX;
+    if (static_cast<long long>(m_clipY) + m_clipHeight >= m_height)
+        m_clipHeight = m_height - m_clipY;
+    if (m_clipWidth < 0) m_clipWidth = 0;
+    if (m_clipHeight < 0) m_clipHeight = 0;
+    if (m_streams) {
+        m_streams->release();
+        m_streams = nullptr;
+    }
+}
+
+void CIImageImpl::getResultRect(long* x, long* y, long* width, long* height) {
+    if (x) *x = m_clipX;
+    if (y) *y = m_clipY;
+    if (width) *width = m_clipWidth;
+    if (height) *height = m_clipHeight;
+}
+
+IInternalImage* CIImageImpl::clone() const {
+    if (!m_valid) return new CIImageImpl();
+    CIImageImpl* copy = new CIImageImpl(m_path);
+    copy->setClipRect(m_clipX, m_clipY, m_clipWidth, m_clipHeight);
+    return copy;
+}
+
+IInternalRStream* CIImageImpl::getRGBStream() {
+    addRef();
+    return static_cast<IInternalRStream*>(this);
+}
+
+IInternalRStreamCollection* CIImageImpl::getStreams(int*, int) {
+    // Band streams are not served yet.
+    return nullptr;
+}
+
+ITarnRasterColorMap* CIImageImpl::getColorMap() {
+    if (!m_valid || m_bandCount > 1) return nullptr;
+    if (!m_colorMapPending) {
+        if (m_colorMap) m_colorMap->addRef();
+        return m_colorMap;
+    }
+    // The colour map object is not served yet: no map.
+    return nullptr;
+}
+
+long CIImageImpl::setFetchMode(long mode) {
+    if (mode != 1) return 0;
+    m_fetchMode = 1;
+    return 1;
+}
+
+void CIImageImpl::getBlockSize(long* width, long* height) {
+    if (width) *width = m_clipWidth;
+    if (height) *height = m_fetchMode == 2 ? 1 : m_clipHeight;
+}
+
+long CIImageImpl::reset() {
+    m_streamState = 0;
+    m_hasMore = 1;
+    return 1;
+}
+
+DirectMemoryHolder* CIImageImpl::getData(long*, long*, long*, long*) {
+    // The RGB stream is not served yet: every read is refused.
+    return nullptr;
+}
+
+void CIImageImpl::SetNominalColors(uint8_t* red, uint8_t* green, uint8_t* blue) {
+    static const uint8_t kNominal[16][3] = {
+        {0, 0, 0},       {255, 255, 255}, {255, 0, 0},     {0, 255, 0},
+        {0, 0, 255},     {0, 255, 255},   {255, 0, 255},   {255, 255, 0},
+        {255, 165, 0},   {152, 251, 152}, {127, 255, 0},   {0, 0, 128},
+        {160, 32, 240},  {255, 20, 147},  {192, 192, 192}, {105, 105, 105}};
+    for (int i = 0; i < 16; ++i) {
+        red[i] = kNominal[i][0];
+        green[i] = kNominal[i][1];
+        blue[i] = kNominal[i][2];
+    }
+}
+
+Colormap* CIImageImpl::MakeGridColorMap(char*) {
+    // Grids are never identified here (their probes always answer no).
+    return nullptr;
+}

@@ -1,0 +1,117 @@
+#ifndef TARN_OBJECTS_IMAGE_IMPL_H
+#define TARN_OBJECTS_IMAGE_IMPL_H
+
+#include <stdint.h>
+
+#include <tarnimage/image.h>
+#include <tarnimage/interfaces.h>
+
+
+/* One raster file as the host sees it. The embedded Image is idle between
+ * reads: every getData opens the file and closes it again. */
+class CIImageImpl : public IInternalImage, public IInternalRStream {
+public:
+    CIImageImpl();
+    explicit CIImageImpl(const CTarnUString& path);
+    ~CIImageImpl() override;
+    CIImageImpl(const CIImageImpl&) = delete;
+    CIImageImpl& operator=(const CIImageImpl&) = delete;
+
+    long addRef() override;
+    long release() override;
+    IInternalImage* clone() const override;
+    long getType() override { return m_type; }
+    long getWidth() override { return m_width; }
+    long getHeight() override { return m_height; }
+    long getPixelDepth(long) override { return m_depth; }
+    long getBandCount() override { return m_bandCount; }
+    const CTarnUString& getName() override { return m_name; }
+    const CTarnUString& getBandName(long) override { return m_bandName; }
+    bool isGeoReferenced() override;
+    const CTarnUString& getProjectionParameters() override { return m_projection; }
+    void getGeoReference(double* a, double* b, double* c, double* d, double* e, double* f) override;
+    long hasStatistic() override { return 0; }
+    long getStatistic(long) override { return 0; }
+    void setClipRect(long x, long y, long width, long height) override;
+    void getResultRect(long* x, long* y, long* width, long* height) override;
+    long canBeScaled() override { return 1; }
+    void setScale(double scale) override { m_scale = scale; }
+    double getScale() override { return m_scale; }
+    IInternalRStream* getRGBStream() override;
+    IInternalRStreamCollection* getStreams(int* bands, int count) override;
+    ITarnRasterColorMap* getColorMap() override;
+    void Open(const CTarnUString& path) override;
+    void Close() override {}
+    long internalAddRef() override;
+    long internalRelease() override;
+    long getFetchModes() override { return 1; }
+    long reset() override;
+    long setFetchMode(long mode) override;
+    long getPixelDepth() override { return 7; }
+    void getBlockSize(long* width, long* height) override;
+    DirectMemoryHolder* getData(long* x, long* y, long* width, long* height) override;
+    long hasMore() override { return m_hasMore; }
+
+    int isValid() const { return m_valid; }
+    const CTarnUString& getPath() const { return m_path; }
+    Colormap* MakeGridColorMap(char* name);
+    static void SetNominalColors(uint8_t* red, uint8_t* green, uint8_t* blue);
+
+    /* Read by the bitmap shim. */
+    int32_t m_bitmapDepth = 0;
+    int32_t m_colorCount = 0;
+    int32_t m_colorCount2 = 0;
+    uint8_t* m_rowBuffer = nullptr;
+    int32_t m_frameX = 0;
+    int32_t m_frameY = 0;
+    int32_t m_resultWidth = 0;
+
+private:
+    friend struct CIImageImplTestAccess;
+    void initialise();
+    void destroy();
+
+    int32_t m_refCount = 1;
+    int32_t m_internalRefCount = 0;
+    int32_t m_colorMapPending = 1;
+    ITarnRasterColorMap* m_colorMap = nullptr;
+    Image m_image;
+    void* m_externalLut = nullptr;
+    char m_colorMapName[128];
+    char m_lutName[128];
+    int32_t m_hasExternalColorMap = 0;
+    int32_t m_hasExternalLut = 0;
+    int32_t m_colorResult = 0;
+    int32_t m_lastRow = -1;
+    int32_t m_nextRow = 0;
+    int32_t m_outRow = 0;
+    int32_t m_singleBuffers = 0;
+    int32_t m_streamState = 0;
+    uint8_t m_geoTried = 0;
+    uint8_t m_geoValid = 0;
+    double m_geoReference[6] = {0, 0, 0, 0, 0, 0};
+    int32_t m_type = -1;
+    int32_t m_bandCount = 0;
+    int32_t m_valid = 0;
+    int32_t m_depth = 0;
+    int32_t m_width = 0;
+    int32_t m_height = 0;
+    int32_t m_fetchMode = 4;
+    int32_t m_hasMore = 0;
+    Colormap* m_externalColorMap = nullptr;
+    CTarnUString m_path;
+    CTarnUString m_name;
+    CTarnUString m_bandName;
+    CTarnUString m_projection;
+    IInternalRStreamCollection* m_streams = nullptr;
+    int32_t m_clipX = 0;
+    int32_t m_clipY = 0;
+    int32_t m_clipWidth = 0;
+    int32_t m_clipHeight = 0;
+    double m_scale = 1.0;
+    int32_t m_resultX = 0;
+    int32_t m_resultY = 0;
+    int32_t m_resultHeight = 0;
+};
+
+#endif

@@ -1,0 +1,37 @@
+#ifndef TARN_TEST_SUPPORT_H
+#define TARN_TEST_SUPPORT_H
+
+#include <string>
+#include <vector>
+
+namespace tarntest {
+
+/* Path of a committed fixture under tests/data. */
+std::string data_path(const std::string& relative);
+/* Path under the shared sample folder; empty when the folder is absent. */
+std::string sample_path(const std::string& relative);
+bool samples_present();
+
+/* A fresh, empty directory that is removed with the object. */
+class TempDir {
+public:
+    TempDir();
+    ~TempDir();
+    TempDir(const TempDir&) = delete;
+    TempDir& operator=(const TempDir&) = delete;
+    const std::string& path() const { return m_path; }
+    std::string file(const std::string& name) const { return m_path + "/" + name; }
+    /* Writes bytes to a file in the directory and gives its path. */
+    std::string write(const std::string& name, const std::string& bytes) const;
+    std::string write(const std::string& name, const std::vector<unsigned char>& bytes) const;
+    std::string copy_in(const std::string& source, const std::string& name) const;
+
+private:
+    std::string m_path;
+};
+
+std::vector<unsigned char> read_file(const std::string& path);
+
+}  // namespace tarntest
+
+#endif

@@ -1,0 +1,29 @@
+#!/bin/sh
+# The command-line tool as a host: usage, failure messages and exit codes.
+set -u
+tool="$1"
+data="$2"
+fail=0
+check() { # description, expected exit code, command...
+  desc="$1"; want="$2"; shift 2
+  "$@" >/tmp/tarn_cli_out.$$ 2>/tmp/tarn_cli_err.$$
+  got=$?
+  if [ "$got" -ne "$want" ]; then
+    echo "FAIL: $desc: exit $got, wanted $want"; cat /tmp/tarn_cli_err.$$; fail=1
+  else
+    echo "ok: $desc"
+  fi
+}
+empty=$(mktemp -d)
+check "help" 0 "$tool" --help
+grep -q "info DIR" /tmp/tarn_cli_out.$$ || { echo "FAIL: help does not describe info"; fail=1; }
+check "no command" 2 "$tool"
+check "unknown command" 2 "$tool" frobnicate
+check "missing directory" 1 "$tool" info /nonexistent/tarn/dir
+test "$(wc -l < /tmp/tarn_cli_err.$$)" -eq 1 || { echo "FAIL: message is not one line"; fail=1; }
+check "empty directory" 1 "$tool" info "$empty"
+grep -q "no image admitted" /tmp/tarn_cli_err.$$ || { echo "FAIL: no message for empty dir"; fail=1; }
+check "empty directory json" 1 "$tool" info "$empty" --json
+rmdir "$empty"
+rm -f /tmp/tarn_cli_out.$$ /tmp/tarn_cli_err.$$
+exit $fail
