@@ -1,0 +1,121 @@
+#include <tarnimage/tarn_file.h>
+
+#include "test_support.h"
+
+#include <gtest/gtest.h>
+
+#include <fcntl.h>
+#include <string>
+#include <unistd.h>
+
+namespace {
+
+TEST(TarnFile, ReadsWorldFilesWrittenByGdal) {
+    // The transforms of tests/data/make_world.sh, with the origin moved to the
+    // centre of the top-left pixel as GDAL writes it.
+    struct Case { const char* name; double values[6]; };
+    const Case cases[] = {
+        {"world/rotated-4x3.tfw", {2.5, -0.25, 0.125, -2.5, 440721.3125, 3751318.625}},
+        {"world/northup-30m-5x2.tfw", {30.0, 0.0, 0.0, -30.0, 500015.0, 4099985.0}},
+    };
+    for (const Case& c : cases) {
+        FILE* file = tarn_fopen(tarntest::data_path(c.name).c_str(), "r");
+        ASSERT_NE(file, nullptr) << c.name;
+        double values[6] = {0};
+        EXPECT_EQ(tarn_read_world_file(file, values), 1);
+        tarn_fclose(file);
+        for (int i = 0; i < 6; ++i) EXPECT_EQ(values[i], c.values[i]) << c.name << " line " << i + 1;
+    }
+}
+
+TEST(TarnFile, WorldFileVariantsAndRefusals) {
+    std::string straddling = "1\n2\n3\n4\n5\n";  // the sixth number is cut by the 4 KB read bound
+    straddling += std::string(4093 - straddling.size() - 1, ' ') + "\n123456\n";
+    struct Case { const char* what; std::string bytes; int result; double first, last; };
+    const Case cases[] = {
+        {"no final newline", "1\n2\n3\n4\n5\n6", 1, 1, 6},
+        {"CRLF, blanks, blank lines", "\n1.5 \r\n\n \n-2\t\r\n3\r\n4\r\n5\r\n6e2  \r\n", 1, 1.5, 600},
+        {"plus and exponent", "+1E3\n2\n3\n4\n5\n-6.25e-2\n", 1, 1000, -0.0625},
+        {"lines after the sixth", "1\n2\n3\n4\n5\n6\ngarbage\n", 1, 1, 6},
+        {"five lines", "1\n2\n3\n4\n5\n", 0, -7, -7},
+        {"word", "1\n2\nthree\n4\n5\n6\n", 0, -7, -7},
+        {"number with tail", "1\n2\n3\n4\n5\n6m\n", 0, -7, -7},
+        {"decimal comma", "1\n2\n3\n4\n5\n6,5\n", 0, -7, -7},
+        {"two on a line", "1 2\n3\n4\n5\n6\n7\n", 0, -7, -7},
+        {"not finite", "1\n2\nnan\n4\n5\ninf\n", 0, -7, -7},
+        {"NUL byte", std::string("1\n2\n3\n4\n5\0\n6\n", 13), 0, -7, -7},
+        {"number cut by the bound", straddling, 0, -7, -7},
+        {"megabyte of newlines", std::string(1 << 20, '\n'), 0, -7, -7},
+        {"megabyte of digits", std::string(1 << 20, '7'), 0, -7, -7},
+    };
+    tarntest::TempDir dir;
+    for (const Case& c : cases) {
+        double values[6] = {-7, -7, -7, -7, -7, -7};
+        FILE* file = tarn_fopen(dir.write("x.tfw", c.bytes).c_str(), "rb");
+        EXPECT_EQ(tarn_read_world_file(file, values), c.result) << c.what;
+        tarn_fclose(file);
+        EXPECT_EQ(values[0], c.first) << c.what;
+        EXPECT_EQ(values[5], c.last) << c.what;
+    }
+    double values[6];
+    EXPECT_EQ(tarn_read_world_file(nullptr, values), 0);
+}
+
+TEST(TarnFile, OpenRefusesWhatIsNotAFile) {
+    tarntest::TempDir dir;
+    EXPECT_EQ(tarn_fopen(dir.path().c_str(), "r"), nullptr);
+    EXPECT_EQ(tarn_fopen(CTarnUString(dir.path()), "rb"), nullptr);
+    EXPECT_EQ(tarn_fopen("", "r"), nullptr);
+    EXPECT_EQ(tarn_fopen(static_cast<const char*>(nullptr), "r"), nullptr);
+    EXPECT_EQ(tarn_fopen(dir.file("missing.ras").c_str(), "r"), nullptr);
+    EXPECT_EQ(tarn_isDirectory(dir.path().c_str()), 1);
+    EXPECT_EQ(tarn_isDirectory(dir.write("a.ras", "x").c_str()), 0);
+    EXPECT_EQ(tarn_deleteFile(dir.path().c_str()), -1);
+    // Every call takes a null handle without harm.
+    char buffer[4];
+    EXPECT_EQ(tarn_fclose(nullptr), 0);
+    EXPECT_EQ(tarn_fread(buffer, 1, 4, nullptr) + tarn_fwrite(buffer, 1, 4, nullptr), 0u);
+    EXPECT_EQ(tarn_fseek(nullptr, 0, SEEK_SET) + tarn_ftell(nullptr) + tarn_fprintf(nullptr, "x"), -3);
+    EXPECT_EQ(tarn_fgetc(nullptr) + tarn_ungetc('a', nullptr), 2 * EOF);
+    EXPECT_TRUE(tarn_feof(nullptr) && tarn_ferror(nullptr));
+    tarn_rewind(nullptr);
+}
+
+TEST(TarnFile, ReadWriteSeekOnANonAsciiName) {
+    tarntest::TempDir dir;
+    CTarnUString name;
+    tarn_setFileSystemPath(name, dir.path().c_str());
+    name.addFile(CTarnUString("kort_\xC3\xBC_\xF0\x9F\x97\xBA.bil"));
+    FILE* out = tarn_fopen(name, "wb");
+    ASSERT_NE(out, nullptr);
+    EXPECT_EQ(tarn_fwrite("abc", 1, 3, out), 3u);
+    EXPECT_EQ(tarn_fprintf(out, "%d-%s", 42, "z"), 4);
+    EXPECT_EQ(tarn_fclose(out), 0);
+
+    const std::string utf8 = name.toUTF8();
+    EXPECT_EQ(tarn_accessFile(utf8.c_str(), R_OK), 0);
+    FILE* in = tarn_fopen(utf8.c_str(), "r");
+    ASSERT_NE(in, nullptr);
+    EXPECT_EQ(fcntl(fileno(in), F_GETFD) & FD_CLOEXEC, FD_CLOEXEC);  // no leak into a host's children
+    char buffer[8] = {0};
+    EXPECT_EQ(tarn_fread(buffer, 1, 7, in), 7u);
+    EXPECT_STREQ(buffer, "abc42-z");
+    EXPECT_EQ(tarn_fgetc(in), EOF);
+    EXPECT_NE(tarn_feof(in), 0);
+    EXPECT_EQ(tarn_fseek(in, 3, SEEK_SET), 0);
+    EXPECT_EQ(tarn_ftell(in), 3);
+    EXPECT_EQ(tarn_ungetc('Q', in), 'Q');
+    EXPECT_EQ(tarn_fgetc(in), 'Q');
+    tarn_rewind(in);
+    EXPECT_EQ(tarn_fgetc(in), 'a');
+    EXPECT_EQ(tarn_ferror(in), 0);
+    tarn_fclose(in);
+
+    EXPECT_EQ(tarn_deleteFile(utf8.c_str()), 0);
+    EXPECT_EQ(tarn_accessFile(utf8.c_str(), F_OK), -1);
+    EXPECT_EQ(tarn_deleteFile(utf8.c_str()), -1);
+    tarn_setFileSystemPath(name, nullptr);
+    EXPECT_TRUE(name.isEqualTo(""));
+}
+
+}  // namespace
