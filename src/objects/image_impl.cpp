@@ -20,14 +20,6 @@ std::mutex integratorLock;
 // Companion files that sit beside rasters and must never be listed as images.
 const char* const kCompanionEndings[] = {"met", "aux", "xml", "rrd"};
 
-struct Utf8Buffer {
-    explicit Utf8Buffer(const CTarnUString& text) : data(text.getUTF8EncodedBuffer()) {}
-    ~Utf8Buffer() { CTarnUString::releaseCharBuffer(data); }
-    Utf8Buffer(const Utf8Buffer&) = delete;
-    Utf8Buffer& operator=(const Utf8Buffer&) = delete;
-    char* data;
-};
-
 }  // namespace
 
 CIImageImpl::CIImageImpl() { initialise(); }
@@ -124,7 +116,7 @@ void CIImageImpl::Open(const CTarnUString& path) {
         char resolved[TARN_PATH_MAX];
         resolved[0] = '\0';
         {
-            Utf8Buffer utf8(name);
+            Utf8 utf8(name);
             if (!utf8.data) return;
             integratorLock.lock();
             locked = true;
@@ -169,7 +161,7 @@ bool CIImageImpl::isGeoReferenced() {
         double t[6] = {0, 0, 0, 0, 0, 0};
         int result;
         {
-            Utf8Buffer utf8(m_path);
+            Utf8 utf8(m_path);
             std::lock_guard<std::mutex> guard(integratorLock);
             result = utf8.data ? get_image_to_world_transform(m_type, utf8.data, t) : -1;
         }
@@ -266,17 +258,6 @@ void CIImageImpl::getBlockSize(long* width, long* height) {
     if (height) *height = m_fetchMode == 2 ? 1 : m_clipHeight;
 }
 
-long CIImageImpl::reset() {
-    m_streamState = 0;
-    m_hasMore = 1;
-    return 1;
-}
-
-DirectMemoryHolder* CIImageImpl::getData(long*, long*, long*, long*) {
-    // The RGB stream is not served yet: every read is refused.
-    return nullptr;
-}
-
 void CIImageImpl::SetNominalColors(uint8_t* red, uint8_t* green, uint8_t* blue) {
     static const uint8_t kNominal[16][3] = {
         {0, 0, 0},       {255, 255, 255}, {255, 0, 0},     {0, 255, 0},
@@ -292,5 +273,16 @@ void CIImageImpl::SetNominalColors(uint8_t* red, uint8_t* green, uint8_t* blue) 
 
 Colormap* CIImageImpl::MakeGridColorMap(char*) {
     // Grids are never identified here (their probes always answer no).
+    return nullptr;
+}
+
+long CIImageImpl::reset() {
+    m_streamState = 0;
+    m_hasMore = 1;
+    return 1;
+}
+
+DirectMemoryHolder* CIImageImpl::getData(long*, long*, long*, long*) {
+    // The RGB stream is not served yet: every read is refused.
     return nullptr;
 }

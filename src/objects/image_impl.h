@@ -9,6 +9,15 @@
 
 /* One raster file as the host sees it. The embedded Image is idle between
  * reads: every getData opens the file and closes it again. */
+/* A temporary UTF-8 copy of a string, released with the scope. */
+struct Utf8 {
+    explicit Utf8(const CTarnUString& text) : data(text.getUTF8EncodedBuffer()) {}
+    ~Utf8() { CTarnUString::releaseCharBuffer(data); }
+    Utf8(const Utf8&) = delete;
+    Utf8& operator=(const Utf8&) = delete;
+    char* data;
+};
+
 class CIImageImpl : public IInternalImage, public IInternalRStream {
 public:
     CIImageImpl();
@@ -53,6 +62,13 @@ public:
     long hasMore() override { return m_hasMore; }
 
     int isValid() const { return m_valid; }
+
+    /* The RGB stream: one open, one pass over the rows, one close per getData. */
+    int resetRGBStreamOpen(long x, long y, long width, long height);
+    int resetRGBStreamClose();
+    int resetRGBStreamError();
+    void getRGBStreamRow(void* block);
+    void lookupFunction(Image* image);
     const CTarnUString& getPath() const { return m_path; }
     Colormap* MakeGridColorMap(char* name);
     static void SetNominalColors(uint8_t* red, uint8_t* green, uint8_t* blue);
@@ -70,11 +86,13 @@ private:
     friend struct CIImageImplTestAccess;
     void initialise();
     void destroy();
+    void releaseStreamResources();
 
     int32_t m_refCount = 1;
     int32_t m_internalRefCount = 0;
     int32_t m_colorMapPending = 1;
     ITarnRasterColorMap* m_colorMap = nullptr;
+    bool m_colorMapChanged = false;  // the host changed the colour map object
     Image m_image;
     void* m_externalLut = nullptr;
     char m_colorMapName[128];
@@ -82,6 +100,11 @@ private:
     int32_t m_hasExternalColorMap = 0;
     int32_t m_hasExternalLut = 0;
     int32_t m_colorResult = 0;
+    struct Frame {
+        int32_t left, row, width, height, x, y, columns, rows;
+        double scaleX, scaleY;
+        int32_t runningY;
+    } m_frame = {0, 0, 0, 0, 0, 0, 0, 0, 1.0, 1.0, 0};  // kept for a display step that is gone
     int32_t m_lastRow = -1;
     int32_t m_nextRow = 0;
     int32_t m_outRow = 0;
