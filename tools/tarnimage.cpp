@@ -3,7 +3,11 @@
 
 #include <tarnimage/tarnimage.h>
 
+#include <png.h>
+
+#include <cerrno>
 #include <cmath>
+#include <cstdlib>
 #include <cstdio>
 #include <cstring>
 #include <string>
@@ -25,11 +29,18 @@ const char kUsage[] =
     "      array of objects\n"
     "      with the keys name, type, type_name, width, height, bands, depth,\n"
     "      georeferenced and geotransform.\n"
+    "  render DIR FILE [--clip X,Y,W,H] [--scale S] -o OUT.png|OUT.rgba\n"
+    "      Read the RGBA block of one image, over the clip rectangle (image\n"
+    "      pixels; default the whole image) at scale S (source pixels per\n"
+    "      output pixel; default 1), and write it as an RGBA PNG, or as raw\n"
+    "      bytes R, G, B, A when OUT ends in .rgba. Prints the result\n"
+    "      rectangle as: result X Y W H.\n"
     "  --help, help\n"
     "      Print this text.\n"
     "\n"
-    "Exit status: 0 when at least one image was admitted, 1 when none was or\n"
-    "the directory does not exist, 2 on a usage error.\n";
+    "Exit status: 0 on success; 1 when no image was admitted, the directory\n"
+    "does not exist, the block is empty or cannot be written; 2 on a usage\n"
+    "error.\n";
 
 struct Released {
     void operator()(ITarnRefCnt* object) const {
@@ -169,6 +180,141 @@ int command_info(const std::vector<std::string>& args) {
     return 0;
 }
 
+bool parse_long_list(const std::string& text, long* values, int count) {
+    const char* p = text.c_str();
+    for (int i = 0; i < count; ++i) {
+        char* end = nullptr;
+        errno = 0;
+        values[i] = std::strtol(p, &end, 10);
+        if (end == p || errno) return false;
+        p = end;
+        if (i + 1 < count) {
+            if (*p != ',') return false;
+            ++p;
+        }
+    }
+    return *p == '\0';
+}
+
+bool write_png(const std::string& path, const unsigned char* rgba, long width, long height) {
+    FILE* out = std::fopen(path.c_str(), "wb");
+    if (!out) return false;
+    png_structp png = png_create_write_struct(PNG_LIBPNG_VER_STRING, nullptr, nullptr, nullptr);
+    png_infop info = png ? png_create_info_struct(png) : nullptr;
+    bool ok = false;
+    if (png && info && !setjmp(png_jmpbuf(png))) {
+        png_init_io(png, out);
+        png_set_IHDR(png, info, static_cast<png_uint_32>(width), static_cast<png_uint_32>(height),
+                     8, PNG_COLOR_TYPE_RGB_ALPHA, PNG_INTERLACE_NONE, PNG_COMPRESSION_TYPE_DEFAULT,
+                     PNG_FILTER_TYPE_DEFAULT);
+        png_write_info(png, info);
+        for (long r = 0; r < height; ++r)
+            png_write_row(png, const_cast<png_bytep>(rgba + static_cast<size_t>(r) * width * 4));
+        png_write_end(png, nullptr);
+        ok = true;
+    }
+    png_destroy_write_struct(png ? &png : nullptr, info ? &info : nullptr);
+    return std::fclose(out) == 0 && ok;
+}
+
+int command_render(const std::vector<std::string>& args) {
+    std::vector<std::string> positional;
+    std::string output;
+    bool has_clip = false;
+    long clip[4] = {0, 0, 0, 0};
+    double scale = 1.0;
+    for (size_t i = 0; i < args.size(); ++i) {
+        const std::string& arg = args[i];
+        auto value = [&](const char* option) -> const std::string* {
+            if (i + 1 >= args.size()) {
+                std::fprintf(stderr, "tarnimage: %s needs a value\n", option);
+                return nullptr;
+            }
+            return &args[++i];
+        };
+        if (arg == "--clip") {
+            const std::string* v = value("--clip");
+            if (!v) return 2;
+            if (!parse_long_list(*v, clip, 4)) {
+                std::fprintf(stderr, "tarnimage: --clip wants X,Y,W,H, got %s\n", v->c_str());
+                return 2;
+            }
+            has_clip = true;
+        } else if (arg == "--scale") {
+            const std::string* v = value("--scale");
+            if (!v) return 2;
+            char* end = nullptr;
+            scale = std::strtod(v->c_str(), &end);
+            if (end == v->c_str() || *end || !(scale > 0) || !std::isfinite(scale)) {
+                std::fprintf(stderr, "tarnimage: --scale wants a positive number, got %s\n",
+                             v->c_str());
+                return 2;
+            }
+        } else if (arg == "-o" || arg == "--output") {
+            const std::string* v = value("-o");
+            if (!v) return 2;
+            output = *v;
+        } else if (arg.size() > 1 && arg[0] == '-') {
+            std::fprintf(stderr, "tarnimage: unknown option %s for render\n", arg.c_str());
+            return 2;
+        } else {
+            positional.push_back(arg);
+        }
+    }
+    if (positional.size() != 2 || output.empty()) {
+        std::fprintf(stderr, "tarnimage: render needs DIR, FILE and -o OUT (see --help)\n");
+        return 2;
+    }
+    bool raw = output.size() > 5 && output.compare(output.size() - 5, 5, ".rgba") == 0;
+    if (!is_directory(positional[0])) {
+        std::fprintf(stderr, "tarnimage: %s: no such directory\n", positional[0].c_str());
+        return 1;
+    }
+    IInternalImageManager* manager = getManager();
+    if (!manager) {
+        std::fprintf(stderr, "tarnimage: the library could not start\n");
+        return 1;
+    }
+    manager->connect(CTarnUString(positional[0].c_str()), CTarnUString(positional[1].c_str()));
+    IInternalImage* image = manager->getImage(0);
+    if (!image) {
+        manager->release();
+        std::fprintf(stderr, "tarnimage: %s/%s: not admitted as an image\n",
+                     positional[0].c_str(), positional[1].c_str());
+        return 1;
+    }
+    if (has_clip) image->setClipRect(clip[0], clip[1], clip[2], clip[3]);
+    image->setScale(scale);
+    long x = 0, y = 0, w = 0, h = 0;
+    DirectMemoryHolder* block = image->getData(&x, &y, &w, &h);
+    image->release();
+    int status = 0;
+    if (!block || !block->data() || w <= 0 || h <= 0) {
+        std::fprintf(stderr, "tarnimage: %s: the block is empty\n", positional[1].c_str());
+        status = 1;
+    } else {
+        const unsigned char* rgba = static_cast<const unsigned char*>(block->data());
+        bool written;
+        if (raw) {
+            FILE* out = std::fopen(output.c_str(), "wb");
+            size_t bytes = static_cast<size_t>(w) * h * 4;
+            written = out && std::fwrite(rgba, 1, bytes, out) == bytes;
+            if (out && std::fclose(out) != 0) written = false;
+        } else {
+            written = write_png(output, rgba, w, h);
+        }
+        if (!written) {
+            std::fprintf(stderr, "tarnimage: %s: cannot write\n", output.c_str());
+            status = 1;
+        } else {
+            std::printf("result %ld %ld %ld %ld\n", x, y, w, h);
+        }
+    }
+    if (block) block->release();
+    manager->release();
+    return status;
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -189,6 +335,7 @@ int main(int argc, char** argv) {
             return 0;
         }
     if (command == "info") return command_info(args);
+    if (command == "render") return command_render(args);
     std::fprintf(stderr, "tarnimage: unknown command %s (see --help)\n", command.c_str());
     return 2;
 }

@@ -24,6 +24,12 @@ test "$(wc -l < /tmp/tarn_cli_err.$$)" -eq 1 || { echo "FAIL: message is not one
 check "empty directory" 1 "$tool" info "$empty"
 grep -q "no image admitted" /tmp/tarn_cli_err.$$ || { echo "FAIL: no message for empty dir"; fail=1; }
 check "empty directory json" 1 "$tool" info "$empty" --json
+check "render without output" 2 "$tool" render "$empty" x.ras
+check "render of a missing file" 1 "$tool" render "$empty" missing.ras -o "$empty/out.png"
+test "$(wc -l < /tmp/tarn_cli_err.$$)" -eq 1 || { echo "FAIL: message is not one line"; fail=1; }
+check "render with a bad clip" 2 "$tool" render "$empty" x.ras --clip 1,2,3 -o "$empty/o.png"
+check "render with a bad scale" 2 "$tool" render "$empty" x.ras --scale -1 -o "$empty/o.png"
+test ! -e "$empty/out.png" || { echo "FAIL: output written for a missing file"; fail=1; }
 rmdir "$empty"
 rm -f /tmp/tarn_cli_out.$$ /tmp/tarn_cli_err.$$
 exit $fail
