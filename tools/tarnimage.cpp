@@ -1,7 +1,10 @@
-// tarnimage: a command-line host of the library. It uses nothing but
-// getManager and the interfaces, as any map server would.
+// tarnimage: a command-line host of the library. It uses nothing but the
+// public headers (getManager, the interfaces, the naming calls), as any map
+// server would.
 
+#include <tarnimage/naming.h>
 #include <tarnimage/tarnimage.h>
+#include <tarnimage/udf.h>
 
 #include <png.h>
 
@@ -28,7 +31,11 @@ const char kUsage[] =
     "      y = d*col + e*row + f at pixel centres. With --json, print a JSON\n"
     "      array of objects\n"
     "      with the keys name, type, type_name, width, height, bands, depth,\n"
-    "      georeferenced and geotransform.\n"
+    "      georeferenced and geotransform. The type name is the format's\n"
+    "      keyword: the built-in one for codes up to 1000 (SUNRASTER, ERDAS,\n"
+    "      BIL, BIP, BSQ, BMP, ...), and for a registered driver (codes above\n"
+    "      1000) the keyword it registered with (gif, SRP, ArcDRG, CADRG, CIB,\n"
+    "      JPG, NITF, TIFF6); null in JSON when the code has none.\n"
     "  render DIR FILE [--clip X,Y,W,H] [--scale S] -o OUT.png|OUT.rgba\n"
     "      Read the RGBA block of one image, over the clip rectangle (image\n"
     "      pixels; default the whole image) at scale S (source pixels per\n"
@@ -90,6 +97,12 @@ ImageFacts facts_of(IInternalImage* image) {
     ImageFacts f;
     f.name = image->getName().toUTF8();
     f.type = image->getType();
+    // Registered drivers' keywords live in the registry, which is filled only
+    // while a manager is alive.
+    char keyword[64];
+    if (f.type > 1000 ? II_GetUDFKeyword(static_cast<uint32_t>(f.type), keyword, sizeof keyword) >= 0
+                      : keyword_from_type(keyword, static_cast<int>(f.type)) == 1)
+        f.type_name = keyword;
     f.width = image->getWidth();
     f.height = image->getHeight();
     f.bands = image->getBandCount();

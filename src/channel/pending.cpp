@@ -8,11 +8,6 @@
 
 extern "C" {
 
-int get_image_type_from_name(const char*, char* resolved, int* type) {
-    if (resolved) resolved[0] = '\0';
-    if (type) *type = -1;
-    return -1;
-}
 int get_image_info(int, const char*, int*, int*, int*, int*) { return -1; }
 int get_standard_color_name(const char*, char* color_name) {
     if (color_name) color_name[0] = '\0';
@@ -20,8 +15,6 @@ int get_standard_color_name(const char*, char* color_name) {
 }
 int get_image_to_world_transform(int, const char*, double*) { return -1; }
 
-int UDF_LibInit(void) { return 1; }
-int UDF_LibExit(void) { return 1; }
 int open_UDF(Image*, const char*, int, int, int) { return -1; }
 int open_multi_UDF(Image*, const char*, int, int, int, int, int) { return -1; }
 int close_UDF(Image*) { return 0; }

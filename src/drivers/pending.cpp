@@ -5,41 +5,23 @@
 
 extern "C" {
 
-int open_IMPELL(Image*, const char*, int) { return -1; }
 int open_SUNRASTER(Image*, const char*, int, int) { return -1; }
 int open_multi_SUNRASTER(Image*, const char*, int, int, int, int) { return -1; }
 int open_ERDAS(Image*, const char*, int, int) { return -1; }
 int open_multi_ERDAS(Image*, const char*, int, int, int, int) { return -1; }
-int open_GRASS(Image*, const char*, int) { return -1; }
-int open_multi_GRASS(Image*, const char*, int, int, int, int) { return -1; }
-int open_SVF(Image*, const char*, int) { return -1; }
-int open_LATTICE(Image*, const char*, int) { return -1; }
 int open_multi_TIFF(Image*, const char*, int, int, int, int) { return -1; }
 int open_STANDARD(Image*, const char*, int, int, int) { return -1; }
 int open_multi_STANDARD(Image*, const char*, int, int, int, int, int) { return -1; }
-int open_GRID(Image*, const char*, int, int, char*, char*) { return -1; }
-int open_multi_GRID(Image*, const char*, int, int, int, int, char*, char*) { return -1; }
 int open_ADRG(Image*, const char*, int, int) { return -1; }
 int open_multi_ADRG(Image*, const char*, int, int, int, int) { return -1; }
 int open_BMP(Image*, const char*, int, int) { return -1; }
 int open_multi_BMP(Image*, const char*, int, int, int, int) { return -1; }
-int open_GRAFILE(Image*, int, int) { return -1; }
 
 int close_TIFF(Image*) { return 0; }
-int close_GRID(Image*) { return 0; }
-int close_multi_GRID(Image*) { return 0; }
 int close_ADRG(Image*) { return 0; }
-int gcloseC(void*) { return 0; }
-int latclsC(void*, int* status) { if (status) *status = 0; return 0; }
-int get_graimg_end(void*, void*) { return 0; }
 
 int setup_runio_TIFF(Image*) { return -1; }
 int isok_runio_TIFF(Image*) { return 0; }
-int setup_runio_IMPELL(Image*) { return -1; }
-int isok_runio_IMPELL(Image*) { return 0; }
-int grid_window_map(Image*, int, int, int, int) { return -1; }
-int store_external_colormap_GRID(Image*, void*) { return 1; }
-int store_external_lut_GRID(Image*, void*) { return 1; }
 int initialize_BMPRow_IO(Image*) { return 1; }
 int set_g3_globals(void) { return 1; }
 int set_g4_globals(void) { return 1; }

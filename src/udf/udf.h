@@ -4,12 +4,35 @@
 /* The registry of drivers with type codes above 1000, and the bridge from a
  * registered driver to the Image record. */
 
+#include <stdio.h>
 #include <tarnimage/image.h>
+#include <tarnimage/udf.h>
 
 TARN_BEGIN_C
 
+/* Slots of the registry; the occupied ones are always 0 .. count - 1. */
+#define UDF_MAX_DRIVERS 32
+
+/* The slot holding type, or null. */
+UDFRecord* UDFentry(uint32_t type);
+/* The slot at index, or null when index is past the table or the slot is free;
+ * walk from 0 until null. */
+UDFRecord* UDFindex(uint32_t index);
+/* The type of the first driver whose suffix is exactly `suffix` (lower case,
+ * no dot), or 0. */
+uint32_t UDFsuffix(const char* suffix);
+/* Asks each driver in slot order, rewinding fp first; the first non-zero
+ * answer is returned as it stands, 0 when every driver declined. out_path
+ * must follow the room rule of UDFExistFunc. */
+int UDFExist(const char* name, char* out_path, FILE* fp);
+/* Zeroes the header; every driver's open calls it first. Gives 0. */
+int UDFinitial(UDFHeader* header);
+
+/* Register the library's drivers in their binding order, and remove them. */
 int UDF_LibInit(void);
 int UDF_LibExit(void);
+int UDF_LibCanExit(void);
+
 int open_UDF(Image* image, const char* name, int band, int display, int type);
 int open_multi_UDF(Image* image, const char* name, int red, int green, int blue, int display,
                    int type);

@@ -1,0 +1,58 @@
+// The library's drivers as the first manager of a fresh process registers
+// them. Codes are never reused in a process, so this runs alone in its own
+// executable, as a single test.
+
+#include <gtest/gtest.h>
+#include <tarnimage/naming.h>
+#include <tarnimage/tarnimage.h>
+
+#include "udf/udf.h"
+
+namespace {
+
+const char* const kKeywords[] = {"gif", "SRP", "ArcDRG", "CADRG", "CIB", "JPG", "NITF", "TIFF6"};
+
+void expect_drivers_from(uint32_t first) {
+    for (uint32_t i = 0; i < 8; ++i) {
+        const UDFRecord* slot = UDFindex(i);
+        ASSERT_NE(slot, nullptr) << i;
+        EXPECT_EQ(slot->type, first + i);
+        EXPECT_STREQ(slot->keyword, kKeywords[i]);
+    }
+    // No IMAGINE without its toolkit.
+    EXPECT_EQ(UDFindex(8), nullptr);
+    EXPECT_EQ(UDFsuffix("img"), 0u);
+    EXPECT_EQ(UDFsuffix("tif"), first + 7);
+    EXPECT_EQ(UDFsuffix("TIF"), 0u);
+}
+
+TEST(FreshProcess, ManagersStartAndStopTheDrivers) {
+    EXPECT_EQ(UDFindex(0), nullptr);
+    IInternalImageManager* first = getManager();
+    ASSERT_NE(first, nullptr);
+    expect_drivers_from(1001);
+    EXPECT_EQ(keyword_from_type(nullptr, 1008), -1);
+
+    // A second manager starts nothing; the last one to go stops the drivers.
+    IInternalImageManager* second = getManager();
+    expect_drivers_from(1001);
+    first->release();
+    expect_drivers_from(1001);
+    second->release();
+    EXPECT_EQ(UDFindex(0), nullptr);
+    EXPECT_EQ(UDFentry(1008), nullptr);
+    EXPECT_EQ(UDFsuffix("tif"), 0u);
+
+    // A new manager registers them again, under fresh codes.
+    IInternalImageManager* third = getManager();
+    expect_drivers_from(1009);
+    third->release();
+    EXPECT_EQ(UDFindex(0), nullptr);
+
+    UDFRecord host = {};
+    host.keyword = const_cast<char*>("HOST");
+    EXPECT_EQ(II_RegisterUDF(&host), 1017u);
+    II_UnregisterUDF(1017);
+}
+
+}  // namespace
