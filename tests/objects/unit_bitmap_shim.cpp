@@ -1,0 +1,125 @@
+// The bitmap shim with an image object, another object and no owner.
+
+#include <gtest/gtest.h>
+
+#include <stdlib.h>
+#include <string.h>
+
+#include "channel/buffers.h"
+#include "channel/channel.h"
+#include "objects/image_impl.h"
+#include <tarnimage/bitmap_shim.h>
+
+namespace {
+
+class OtherObject : public ITarnRefCnt {
+public:
+    long addRef() override { return 1; }
+    long release() override { return 0; }
+};
+
+struct ShimImage {
+    ShimImage() {
+        memset(&image, 0, sizeof image);
+        reset_image(&image);
+        image.out_cols = 10;
+        image.win_cols = 12;
+    }
+    ~ShimImage() { free_all_display_buffers(&image); }
+    ShimImage(const ShimImage&) = delete;
+    ShimImage& operator=(const ShimImage&) = delete;
+    Image image;
+};
+
+TEST(BitmapShim, AnImageObjectIsItsOwnBitmap) {
+    CIImageImpl object;
+    object.m_bitmapDepth = 32;
+    object.m_resultWidth = 10;
+    object.m_colorCount = 0x1000000;
+    object.m_colorCount2 = 77;
+    object.m_rowBuffer = static_cast<uint8_t*>(malloc(10 * 4 * 3));  // freed by the object
+    void* owner = &object;
+
+    EXPECT_EQ(TarnImage_CreateBitmap(owner, 10, 16), owner);
+    EXPECT_EQ(TarnImage_GetBitmapDepth(owner), 32);
+    EXPECT_EQ(TarnImage_GetBitmapBitsPerPixel(owner), 32);
+    EXPECT_EQ(TarnImage_GetBitmapBuffer(owner), object.m_rowBuffer);
+    EXPECT_EQ(TarnImage_GetBitmapBytesPerLine(owner), 40);
+    int colours = 0, levels = 0, free_count = -1;
+    TarnImage_DescribeColorMap(owner, &colours, &levels, &free_count);
+    EXPECT_EQ(colours, 77);
+    EXPECT_EQ(levels, 0x1000000);
+    EXPECT_EQ(free_count, 0);
+    const int frame[2] = {5, 6};
+    TarnImage_SetBitmapFrame(owner, nullptr, frame);
+    EXPECT_EQ(object.m_frameX, 5);
+    EXPECT_EQ(object.m_frameY, 6);
+
+    ShimImage s;
+    ASSERT_EQ(tarn_screen_init(owner, &s.image, 0), 1);
+    EXPECT_EQ(s.image.screen, owner);
+    EXPECT_EQ(s.image.screen_depth, 32);
+    ASSERT_EQ(allocate_display_buffer(owner, &s.image, 0, 0), 1);
+    EXPECT_EQ(s.image.bitmap, owner);
+    EXPECT_EQ(s.image.bitmap_bits, object.m_rowBuffer);
+    EXPECT_EQ(s.image.repack, repack_32to32);
+    ASSERT_EQ(allocate_2d_display_buffer(owner, &s.image, 0, 10, 3), 1);
+    EXPECT_EQ(s.image.bitmap_rows[2], object.m_rowBuffer + 80);
+
+    // Each display depth has its repacker; others are refused.
+    const struct { int depth; ImageRepackFunc repack; } depths[] = {
+        {1, repack_32to1}, {4, repack_32to4}, {6, repack_32to6}, {8, repack_32to8},
+        {16, repack_32to16}, {24, repack_32to24}, {32, repack_32to32}};
+    for (const auto& d : depths) {
+        object.m_bitmapDepth = d.depth;
+        EXPECT_EQ(set_image_repack(owner, &s.image), 1);
+        EXPECT_EQ(s.image.repack, d.repack) << d.depth;
+    }
+    object.m_bitmapDepth = 12;
+    EXPECT_EQ(set_image_repack(owner, &s.image), -1);
+    EXPECT_EQ(s.image.repack, repack_32to32);
+    EXPECT_EQ(allocate_display_buffer(owner, &s.image, 0, 1), 1);  // the refusal is ignored
+    free_all_display_buffers(&s.image);
+    EXPECT_EQ(s.image.bitmap, nullptr);
+}
+
+TEST(BitmapShim, OtherOwnersGetATrueColourScreenWithoutBuffer) {
+    OtherObject other;
+    for (void* owner : {static_cast<void*>(&other), static_cast<void*>(nullptr)}) {
+        EXPECT_EQ(TarnImage_GetBitmapDepth(owner), 32);
+        EXPECT_EQ(TarnImage_GetBitmapBuffer(owner), nullptr);
+        EXPECT_EQ(TarnImage_GetBitmapBytesPerLine(owner), 0);
+        int colours = 0, levels = 0, free_count = -1;
+        TarnImage_DescribeColorMap(owner, &colours, &levels, &free_count);
+        EXPECT_EQ(colours, 0x1000000);
+        const int frame[2] = {1, 2};
+        TarnImage_SetBitmapFrame(owner, nullptr, frame);
+        ShimImage s;
+        EXPECT_EQ(tarn_screen_init(owner, &s.image, 0), 1);
+        EXPECT_EQ(allocate_display_buffer(owner, &s.image, 0, 0), 1);
+        EXPECT_EQ(s.image.repack, repack_32to32);
+    }
+}
+
+TEST(BitmapShim, FixedAnswers) {
+    char path[32];
+    EXPECT_EQ(TarnImage_GetFullPath("/a/b.ras", path), 0);
+    EXPECT_STREQ(path, "/a/b.ras");
+    EXPECT_EQ(TarnImage_IsTrueColor(), 1);
+    EXPECT_EQ(TarnImage_HasLZW(), 1);
+    EXPECT_EQ(TarnImage_QueryBitmapResFactor(nullptr), 1.0);
+    EXPECT_EQ(TarnImage_ReturnRgbArray(nullptr, 4), nullptr);
+    EXPECT_EQ(TarnImage_IsDrawingCancelled(nullptr), 0);
+    EXPECT_EQ(TarnImage_CanScaleBitmap(nullptr), 0);
+    EXPECT_EQ(TarnImage_GetBitmapMaskBuffer(nullptr), nullptr);
+    TarnImage_DisposeRgbArray(nullptr, nullptr);
+    TarnImage_TranslateRgbArray(nullptr, nullptr, 0, nullptr);
+    TarnImage_DrawBitmap(nullptr, nullptr);
+    TarnImage_CreateBitmapMask(nullptr, nullptr);
+    TarnImage_ApplyBitmapMask(nullptr, nullptr);
+    TarnImage_ReleaseBitmap(nullptr, nullptr);
+    TarnImage_SetBitmapColorType(nullptr, 1);
+    TarnImage_SetBitmapSourceColors(nullptr, 1);
+}
+
+}  // namespace
