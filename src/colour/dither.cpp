@@ -1,0 +1,324 @@
+// Ordered dithering of one output row into packed screen colours.
+
+#include "colour/dither.h"
+
+#include "colour/assign.h"
+
+extern "C" {
+
+const int32_t opt0dither[16] = {0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0};
+const int32_t opt1dither[16] = {7, 0, -5, -4, -6, -3, 6, 1, 4, 3, -8, -1, -7, -2, 5, 2};
+const int32_t opt2dither[16] = {14, 0, -10, -8, -12, -6, 12, 2, 8, 6, -16, -2, -14, -4, 10, 4};
+const int32_t opt4dither[16] = {28, 0, -20, -16, -24, -12, 24, 4, 16, 12, -32, -4, -28, -8, 20, 8};
+const int32_t opt8dither[16] = {56, 0, -40, -32, -48, -24, 48, 8, 32, 24, -64, -8, -56, -16, 40, 16};
+
+}
+
+namespace {
+
+inline int pattern_index(int row, int column) {
+    return ((row % 4 + 4) % 4) + 4 * (column % 4);
+}
+
+inline uint32_t clamp_band(int32_t value) {
+    return value < 0 ? 0u : value > 255 ? 255u : static_cast<uint32_t>(value);
+}
+
+// Where the bands of column c come from.
+struct ColormapSource {  // r, g, b of the colormap at grow[c]
+    const Image* image;
+    bool ready() const { return image->grow != nullptr; }
+    void get(int c, uint32_t& r, uint32_t& g, uint32_t& b) const {
+        const Colormap& map = image->colormap;
+        uint32_t v = image->grow[c];
+        r = colormap_entry(map.red, map.ncolors, v);
+        g = colormap_entry(map.green, map.ncolors, v);
+        b = colormap_entry(map.blue, map.ncolors, v);
+    }
+};
+
+struct PlaneSource {  // red[mgrow[0][c]], green[mgrow[1][c]], blue[mgrow[2][c]]
+    const Image* image;
+    bool ready() const { return image->mgrow[0] && image->mgrow[1] && image->mgrow[2]; }
+    void get(int c, uint32_t& r, uint32_t& g, uint32_t& b) const {
+        const Colormap& map = image->colormap;
+        r = colormap_entry(map.red, map.ncolors, image->mgrow[0][c]);
+        g = colormap_entry(map.green, map.ncolors, image->mgrow[1][c]);
+        b = colormap_entry(map.blue, map.ncolors, image->mgrow[2][c]);
+    }
+};
+
+struct PackedSource {  // grow[c] is red + green * 256 + blue * 65536
+    const Image* image;
+    bool ready() const { return image->grow != nullptr; }
+    void get(int c, uint32_t& r, uint32_t& g, uint32_t& b) const {
+        uint32_t p = image->grow[c];
+        r = p & 255u;
+        g = (p >> 8) & 255u;
+        b = (p >> 16) & 255u;
+    }
+};
+
+struct PackedColormapSource {  // the packed bytes, each through its colormap array
+    const Image* image;
+    bool ready() const { return image->grow != nullptr; }
+    void get(int c, uint32_t& r, uint32_t& g, uint32_t& b) const {
+        const Colormap& map = image->colormap;
+        uint32_t p = image->grow[c];
+        r = colormap_entry(map.red, map.ncolors, p & 255u);
+        g = colormap_entry(map.green, map.ncolors, (p >> 8) & 255u);
+        b = colormap_entry(map.blue, map.ncolors, (p >> 16) & 255u);
+    }
+};
+
+inline uint32_t table_entry(const Image* image, uint32_t index) {
+    // The cube's table covers every index the masks can form.
+    return image->clr_table ? image->clr_table[index] : 0u;
+}
+
+template <typename Source, bool RedLeft>
+void dither_row(Image* image, int row, const int32_t* pr, const int32_t* pg, const int32_t* pb,
+                uint32_t mr, uint32_t mg, uint32_t mb, int sr, int sg, int sb) {
+    Source source{image};
+    if (!source.ready() || !image->grow2) return;
+    for (int c = 0; c < image->out_cols; ++c) {
+        uint32_t r, g, b;
+        source.get(c, r, g, b);
+        int k = pattern_index(row, c);
+        r = clamp_band(static_cast<int32_t>(r) + pr[k]);
+        g = clamp_band(static_cast<int32_t>(g) + pg[k]);
+        b = clamp_band(static_cast<int32_t>(b) + pb[k]);
+        uint32_t index = (RedLeft ? (r & mr) << sr : (r & mr) >> sr) | (g & mg) >> sg |
+                         (b & mb) >> sb;
+        image->grow2[c] = table_entry(image, index);
+    }
+}
+
+// One band: the mean of the three, two levels.
+template <typename Source>
+void dither_row_100(Image* image, int row) {
+    Source source{image};
+    if (!source.ready() || !image->grow2) return;
+    for (int c = 0; c < image->out_cols; ++c) {
+        uint32_t r, g, b;
+        source.get(c, r, g, b);
+        int32_t s = static_cast<int32_t>((r + g + b) / 3) + opt8dither[pattern_index(row, c)];
+        image->grow2[c] = table_entry(image, clamp_band(s) >> 7);
+    }
+}
+
+template <typename Source>
+void pack_row_888(Image* image) {
+    Source source{image};
+    if (!source.ready() || !image->grow2) return;
+    for (int c = 0; c < image->out_cols; ++c) {
+        uint32_t r, g, b;
+        source.get(c, r, g, b);
+        image->grow2[c] = b << 16 | g << 8 | r;
+    }
+    translate_image_truecolor(image);
+}
+
+}  // namespace
+
+extern "C" {
+
+#define TARN_GENERAL_MEMBER(name, Source, red_left)                                              \
+    void name(Image* image, int row, const int32_t* red_pattern, const int32_t* green_pattern,    \
+              const int32_t* blue_pattern, uint32_t red_mask, uint32_t green_mask,               \
+              uint32_t blue_mask, int red_shift, int green_shift, int blue_shift) {              \
+        dither_row<Source, red_left>(image, row, red_pattern, green_pattern, blue_pattern,       \
+                                     red_mask, green_mask, blue_mask, red_shift, green_shift,    \
+                                     blue_shift);                                                \
+    }
+
+TARN_GENERAL_MEMBER(colordither, ColormapSource, false)
+TARN_GENERAL_MEMBER(colordither2, ColormapSource, true)
+TARN_GENERAL_MEMBER(multicolordither, PlaneSource, false)
+TARN_GENERAL_MEMBER(multicolordither2, PlaneSource, true)
+TARN_GENERAL_MEMBER(truecolordither, PackedSource, false)
+TARN_GENERAL_MEMBER(truecolordither2, PackedSource, true)
+TARN_GENERAL_MEMBER(truecolordither_cmap, PackedColormapSource, false)
+TARN_GENERAL_MEMBER(truecolordither2_cmap, PackedColormapSource, true)
+
+void graydither(Image* image, int row, const int32_t* pattern, int shift) {
+    const Colormap& map = image->colormap;
+    if (!image->grow || !image->grow2) return;
+    for (int c = 0; c < image->out_cols; ++c) {
+        int32_t v = static_cast<int32_t>(colormap_entry(map.red, map.ncolors, image->grow[c]));
+        v += pattern[pattern_index(row, c)];
+        image->grow2[c] = table_entry(image, clamp_band(v) >> shift);
+    }
+}
+
+void graydither_to_1_bits(Image* image, int row) { graydither(image, row, opt8dither, 7); }
+void graydither_to_2_bits(Image* image, int row) { graydither(image, row, opt4dither, 6); }
+void graydither_to_3_bits(Image* image, int row) { graydither(image, row, opt2dither, 5); }
+void graydither_to_4_bits(Image* image, int row) { graydither(image, row, opt1dither, 4); }
+void graydither_to_8_bits(Image* image, int row) { graydither(image, row, opt0dither, 0); }
+
+// Cube members: digits are the red, green and blue bits of the screen cube.
+void colordither_to_110_bits(Image* image, int row) {
+    colordither(image, row, opt8dither, opt8dither, opt8dither, 128, 128, 0, 6, 7, 0);
+}
+void colordither_to_111_bits(Image* image, int row) {
+    colordither(image, row, opt8dither, opt8dither, opt8dither, 128, 128, 128, 5, 6, 7);
+}
+void colordither_to_211_bits(Image* image, int row) {
+    colordither(image, row, opt4dither, opt8dither, opt8dither, 192, 128, 128, 4, 6, 7);
+}
+void colordither_to_221_bits(Image* image, int row) {
+    colordither(image, row, opt4dither, opt4dither, opt8dither, 192, 192, 128, 3, 5, 7);
+}
+void colordither_to_222_bits(Image* image, int row) {
+    colordither(image, row, opt4dither, opt4dither, opt4dither, 192, 192, 192, 2, 4, 6);
+}
+void colordither_to_322_bits(Image* image, int row) {
+    colordither(image, row, opt2dither, opt4dither, opt4dither, 224, 192, 192, 1, 4, 6);
+}
+void colordither_to_332_bits(Image* image, int row) {
+    colordither(image, row, opt2dither, opt2dither, opt4dither, 224, 224, 192, 0, 3, 6);
+}
+void colordither_to_333_bits(Image* image, int row) {
+    colordither2(image, row, opt2dither, opt2dither, opt2dither, 224, 224, 224, 1, 2, 5);
+}
+void colordither_to_433_bits(Image* image, int row) {
+    colordither2(image, row, opt1dither, opt2dither, opt2dither, 240, 224, 224, 2, 2, 5);
+}
+void colordither_to_443_bits(Image* image, int row) {
+    colordither2(image, row, opt1dither, opt1dither, opt2dither, 240, 240, 224, 3, 1, 5);
+}
+void colordither_to_444_bits(Image* image, int row) {
+    colordither2(image, row, opt1dither, opt1dither, opt1dither, 240, 240, 240, 4, 0, 4);
+}
+
+void multicolordither_to_110_bits(Image* image, int row) {
+    multicolordither(image, row, opt8dither, opt8dither, opt8dither, 128, 128, 0, 6, 7, 0);
+}
+void multicolordither_to_111_bits(Image* image, int row) {
+    multicolordither(image, row, opt8dither, opt8dither, opt8dither, 128, 128, 128, 5, 6, 7);
+}
+void multicolordither_to_211_bits(Image* image, int row) {
+    multicolordither(image, row, opt4dither, opt8dither, opt8dither, 192, 128, 128, 4, 6, 7);
+}
+void multicolordither_to_221_bits(Image* image, int row) {
+    multicolordither(image, row, opt4dither, opt4dither, opt8dither, 192, 192, 128, 3, 5, 7);
+}
+void multicolordither_to_222_bits(Image* image, int row) {
+    multicolordither(image, row, opt4dither, opt4dither, opt4dither, 192, 192, 192, 2, 4, 6);
+}
+void multicolordither_to_322_bits(Image* image, int row) {
+    multicolordither(image, row, opt2dither, opt4dither, opt4dither, 224, 192, 192, 1, 4, 6);
+}
+void multicolordither_to_332_bits(Image* image, int row) {
+    multicolordither(image, row, opt2dither, opt2dither, opt4dither, 224, 224, 192, 0, 3, 6);
+}
+void multicolordither_to_333_bits(Image* image, int row) {
+    multicolordither2(image, row, opt2dither, opt2dither, opt2dither, 224, 224, 224, 1, 2, 5);
+}
+void multicolordither_to_433_bits(Image* image, int row) {
+    multicolordither2(image, row, opt1dither, opt2dither, opt2dither, 240, 224, 224, 2, 2, 5);
+}
+void multicolordither_to_443_bits(Image* image, int row) {
+    multicolordither2(image, row, opt1dither, opt1dither, opt2dither, 240, 240, 224, 3, 1, 5);
+}
+void multicolordither_to_444_bits(Image* image, int row) {
+    multicolordither2(image, row, opt1dither, opt1dither, opt1dither, 240, 240, 240, 4, 0, 4);
+}
+
+// Packed true colour goes through the colormap when the image has one.
+void truecolordither_to_110_bits(Image* image, int row) {
+    if (image->colormap.ncolors != 0)
+        truecolordither_cmap(image, row, opt8dither, opt8dither, opt8dither, 128, 128, 0, 6, 7, 0);
+    else
+        truecolordither(image, row, opt8dither, opt8dither, opt8dither, 128, 128, 0, 6, 7, 0);
+}
+void truecolordither_to_111_bits(Image* image, int row) {
+    if (image->colormap.ncolors != 0)
+        truecolordither_cmap(image, row, opt8dither, opt8dither, opt8dither, 128, 128, 128, 5, 6, 7);
+    else
+        truecolordither(image, row, opt8dither, opt8dither, opt8dither, 128, 128, 128, 5, 6, 7);
+}
+void truecolordither_to_211_bits(Image* image, int row) {
+    if (image->colormap.ncolors != 0)
+        truecolordither_cmap(image, row, opt4dither, opt8dither, opt8dither, 192, 128, 128, 4, 6, 7);
+    else
+        truecolordither(image, row, opt4dither, opt8dither, opt8dither, 192, 128, 128, 4, 6, 7);
+}
+void truecolordither_to_221_bits(Image* image, int row) {
+    if (image->colormap.ncolors != 0)
+        truecolordither_cmap(image, row, opt4dither, opt4dither, opt8dither, 192, 192, 128, 3, 5, 7);
+    else
+        truecolordither(image, row, opt4dither, opt4dither, opt8dither, 192, 192, 128, 3, 5, 7);
+}
+void truecolordither_to_222_bits(Image* image, int row) {
+    if (image->colormap.ncolors != 0)
+        truecolordither_cmap(image, row, opt4dither, opt4dither, opt4dither, 192, 192, 192, 2, 4, 6);
+    else
+        truecolordither(image, row, opt4dither, opt4dither, opt4dither, 192, 192, 192, 2, 4, 6);
+}
+void truecolordither_to_322_bits(Image* image, int row) {
+    if (image->colormap.ncolors != 0)
+        truecolordither_cmap(image, row, opt2dither, opt4dither, opt4dither, 224, 192, 192, 1, 4, 6);
+    else
+        truecolordither(image, row, opt2dither, opt4dither, opt4dither, 224, 192, 192, 1, 4, 6);
+}
+void truecolordither_to_332_bits(Image* image, int row) {
+    if (image->colormap.ncolors != 0)
+        truecolordither_cmap(image, row, opt2dither, opt2dither, opt4dither, 224, 224, 192, 0, 3, 6);
+    else
+        truecolordither(image, row, opt2dither, opt2dither, opt4dither, 224, 224, 192, 0, 3, 6);
+}
+void truecolordither_to_333_bits(Image* image, int row) {
+    if (image->colormap.ncolors != 0)
+        truecolordither2_cmap(image, row, opt2dither, opt2dither, opt2dither, 224, 224, 224, 1, 2, 5);
+    else
+        truecolordither2(image, row, opt2dither, opt2dither, opt2dither, 224, 224, 224, 1, 2, 5);
+}
+void truecolordither_to_433_bits(Image* image, int row) {
+    if (image->colormap.ncolors != 0)
+        truecolordither2_cmap(image, row, opt1dither, opt2dither, opt2dither, 240, 224, 224, 2, 2, 5);
+    else
+        truecolordither2(image, row, opt1dither, opt2dither, opt2dither, 240, 224, 224, 2, 2, 5);
+}
+void truecolordither_to_443_bits(Image* image, int row) {
+    if (image->colormap.ncolors != 0)
+        truecolordither2_cmap(image, row, opt1dither, opt1dither, opt2dither, 240, 240, 224, 3, 1, 5);
+    else
+        truecolordither2(image, row, opt1dither, opt1dither, opt2dither, 240, 240, 224, 3, 1, 5);
+}
+void truecolordither_to_444_bits(Image* image, int row) {
+    if (image->colormap.ncolors != 0)
+        truecolordither2_cmap(image, row, opt1dither, opt1dither, opt1dither, 240, 240, 240, 4, 0, 4);
+    else
+        truecolordither2(image, row, opt1dither, opt1dither, opt1dither, 240, 240, 240, 4, 0, 4);
+}
+void colordither_to_100_bits(Image* image, int row) { dither_row_100<ColormapSource>(image, row); }
+void multicolordither_to_100_bits(Image* image, int row) {
+    dither_row_100<PlaneSource>(image, row);
+}
+void truecolordither_to_100_bitsCmap(Image* image, int row) {
+    dither_row_100<PackedColormapSource>(image, row);
+}
+void truecolordither_to_100_bits(Image* image, int row) {
+    if (image->colormap.ncolors != 0)
+        truecolordither_to_100_bitsCmap(image, row);
+    else
+        dither_row_100<PackedSource>(image, row);
+}
+
+void colordither_to_888_bits(Image* image, int) { pack_row_888<ColormapSource>(image); }
+void multicolordither_to_888_bits(Image* image, int) { pack_row_888<PlaneSource>(image); }
+
+// Packed rows without a colormap are already screen colours: grow2 becomes
+// an alias of grow, and gbuf2 stays the owner of the second row.
+void truecolordither_to_888_bits(Image* image, int) {
+    if (image->colormap.ncolors != 0) {
+        pack_row_888<PackedColormapSource>(image);
+        return;
+    }
+    image->grow2 = image->grow;
+    translate_image_truecolor(image);
+}
+
+}
