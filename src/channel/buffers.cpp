@@ -416,7 +416,8 @@ static int allocate_clyr_graphic_common(Image* image, int mode, int count) {
     clyr->graphic_width = width;
     clyr->graphic_height = height;
     for (int k = 0; k < count; ++k) {
-        clyr->graphic[k] = reinterpret_cast<uint32_t**>(CAllocate2(height, width, sizeof(uint32_t)));
+        void** block = CAllocate2(height, width, sizeof(uint32_t));
+        clyr->graphic[k] = reinterpret_cast<uint32_t**>(block);
         if (!clyr->graphic[k]) return -1;
     }
     return 1;

@@ -67,9 +67,10 @@ int own_lut_table(LutChannel* channel) {
     if (!channel->enabled || !source) return 1;
     long long entries = static_cast<long long>(channel->high) - channel->low + 1;
     if (entries <= 0 || entries > kMaxLutEntries) return 1;
-    uint32_t* copy = static_cast<uint32_t*>(malloc(static_cast<size_t>(entries) * sizeof(uint32_t)));
+    size_t bytes = static_cast<size_t>(entries) * sizeof(uint32_t);
+    uint32_t* copy = static_cast<uint32_t*>(malloc(bytes));
     if (!copy) return -1;
-    memcpy(copy, source, static_cast<size_t>(entries) * sizeof(uint32_t));
+    memcpy(copy, source, bytes);
     channel->table = copy;
     return 1;
 }

@@ -34,7 +34,8 @@ struct TestImage {
         Colormap* map = create_colormap("file", count, 0, 0, 0, 0);
         ASSERT_NE(map, nullptr);
         for (int i = 0; i < count; ++i)
-            set_colormap_pixclr(map, i, 0, (i * 37) & 255, (i * 91 + 5) & 255, (i * 13 + 200) & 255);
+            set_colormap_pixclr(map, i, 0, (i * 37) & 255, (i * 91 + 5) & 255,
+                                (i * 13 + 200) & 255);
         image_replace_colormap(&image, map);
         free_colormap(map);
     }
@@ -178,7 +179,8 @@ TEST(ColourAssignment, ColourTypeOfAFilledMap) {
         TestImage t(c.type, 8);
         t.palette(4);
         Colormap& map = t.image.colormap;
-        for (int i = 0; i < 4; ++i) map.red[i] = map.green[i] = map.blue[i] = static_cast<uint8_t>(i);
+        for (int i = 0; i < 4; ++i)
+            map.red[i] = map.green[i] = map.blue[i] = static_cast<uint8_t>(i);
         map.red[2] = c.r;
         map.green[2] = c.g;
         map.blue[2] = c.b;
