@@ -2,17 +2,11 @@
 // admitted through them; the code that lands removes its lines here.
 
 #include "channel/identify.h"
-#include "channel/properties.h"
 #include "channel/world.h"
 #include "udf/udf.h"
 
 extern "C" {
 
-int get_image_info(int, const char*, int*, int*, int*, int*) { return -1; }
-int get_standard_color_name(const char*, char* color_name) {
-    if (color_name) color_name[0] = '\0';
-    return -1;
-}
 int get_image_to_world_transform(int, const char*, double*) { return -1; }
 
 int open_UDF(Image*, const char*, int, int, int) { return -1; }

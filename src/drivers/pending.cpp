@@ -5,8 +5,6 @@
 
 extern "C" {
 
-int open_SUNRASTER(Image*, const char*, int, int) { return -1; }
-int open_multi_SUNRASTER(Image*, const char*, int, int, int, int) { return -1; }
 int open_ERDAS(Image*, const char*, int, int) { return -1; }
 int open_multi_ERDAS(Image*, const char*, int, int, int, int) { return -1; }
 int open_multi_TIFF(Image*, const char*, int, int, int, int) { return -1; }
@@ -26,7 +24,6 @@ int initialize_BMPRow_IO(Image*) { return 1; }
 int set_g3_globals(void) { return 1; }
 int set_g4_globals(void) { return 1; }
 
-int clrrd_SUNRASTER_hdr(Image*) { return 1; }
 int clrrd_STANDARD_hdr(Image*) { return 1; }
 int clrrd_TIFF_hdr(Image*) { return 1; }
 int clrrd_BMP_hdr(Image*) { return 1; }

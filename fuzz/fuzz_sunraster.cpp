@@ -1,0 +1,102 @@
+// Fuzz entry point for the Sun raster driver. The bytes become a file, which
+// is opened as the objects open it (one band for display, and three bands)
+// and as the channel interface opens it; each open maps the full window,
+// allocates its buffers and reads every row until the first that fails.
+
+#include <stdint.h>
+#include <stdio.h>
+#include <stdlib.h>
+#include <string.h>
+#include <unistd.h>
+
+#include <string>
+
+#include "channel/buffers.h"
+#include "channel/channel.h"
+#include "channel/window.h"
+
+namespace {
+
+const int kSunRaster = 2;
+
+const std::string& temp_path() {
+    static const std::string path = "/tmp/fuzz_sunraster_" + std::to_string(getpid()) + ".ras";
+    return path;
+}
+
+bool write_file(const std::string& path, const uint8_t* data, size_t size) {
+    FILE* file = fopen(path.c_str(), "wb");
+    if (!file) return false;
+    bool ok = size == 0 || fwrite(data, 1, size, file) == size;
+    return fclose(file) == 0 && ok;
+}
+
+bool map_full_window(Image* image) {
+    float zoom_x = 1.0f, zoom_y = 1.0f, origin_x = -0.5f, origin_y = -0.5f;
+    if (image_window_map(image, kSunRaster, 0, 0, image->columns, image->rows, &zoom_x, &zoom_y,
+                         &origin_x, &origin_y) != 1)
+        return false;
+    initialize_row_IO(image);
+    return true;
+}
+
+void read_rows(Image* image) {
+    for (int row = image->first_row; row <= image->last_row; ++row)
+        if (!image->get_row || image->get_row(image, row) == -1) break;
+}
+
+void single_band(const char* path, int band, int display) {
+    Image image;
+    memset(&image, 0, sizeof image);
+    char empty[1] = {0};
+    if (image_open(&image, path, kSunRaster, band, display, empty, empty) == 1 &&
+        map_full_window(&image) && allocate_internal_buffers(&image) == 1 &&
+        allocate_graphic_buffers(&image, 's') == 1)
+        read_rows(&image);
+    image_close(&image);
+}
+
+void three_bands(const char* path) {
+    Image image;
+    memset(&image, 0, sizeof image);
+    char empty[1] = {0};
+    if (multi_image_open(&image, path, kSunRaster, 3, 2, 1, 1, empty, empty) == 1 &&
+        map_full_window(&image) && allocate_multi_internal_buffers(&image) == 1 &&
+        allocate_multi_graphic_buffers(&image, 's') == 1)
+        read_rows(&image);
+    free_multi_buffers(&image);
+    free_multi_graphic_buffers(&image);
+    multi_image_close(&image);
+}
+
+void channel(const char* path) {
+    Image* image = static_cast<Image*>(calloc(1, sizeof(Image)));
+    if (!image) return;
+    if (open_image_channel(image, path, 'r', kSunRaster, 0) != 1) {
+        // A failed open leaves the record, and what the driver took, with us.
+        image_close(image);
+        free(image);
+        return;
+    }
+    long width = static_cast<long>(image->win_cols) * (image->nbands > 0 ? image->nbands : 1);
+    uint32_t* row = static_cast<uint32_t*>(calloc(static_cast<size_t>(width), sizeof(uint32_t)));
+    if (row) {
+        for (int y = 0; y < image->rows; ++y)
+            if (get_image_row(image, y, row, static_cast<int>(width)) == -1) break;
+        free(row);
+    }
+    close_image_channel(image, 'r');
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+    const std::string& path = temp_path();
+    if (!write_file(path, data, size)) return 0;
+    single_band(path.c_str(), 1, 1);
+    single_band(path.c_str(), 3, 0);
+    three_bands(path.c_str());
+    channel(path.c_str());
+    unlink(path.c_str());
+    return 0;
+}
