@@ -276,13 +276,3 @@ Colormap* CIImageImpl::MakeGridColorMap(char*) {
     return nullptr;
 }
 
-long CIImageImpl::reset() {
-    m_streamState = 0;
-    m_hasMore = 1;
-    return 1;
-}
-
-DirectMemoryHolder* CIImageImpl::getData(long*, long*, long*, long*) {
-    // The RGB stream is not served yet: every read is refused.
-    return nullptr;
-}

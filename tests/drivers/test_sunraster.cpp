@@ -23,45 +23,8 @@ namespace {
 
 using Bytes = std::vector<unsigned char>;
 
-// A decoded PBM, PGM or PPM: one entry per sample, 0/1 for bitmaps (1 black).
-struct Pnm {
-    int width = 0, height = 0, channels = 0;
-    std::vector<int> samples;
-    int at(int x, int y, int c) const { return samples[(static_cast<size_t>(y) * width + x) * channels + c]; }
-};
-
-Pnm read_pnm(const std::string& path) {
-    Bytes bytes = tarntest::read_file(path);
-    Pnm pnm;
-    size_t pos = 2;
-    auto number = [&]() {
-        while (pos < bytes.size() && (isspace(bytes[pos]) || bytes[pos] == '#')) {
-            if (bytes[pos] == '#')
-                while (pos < bytes.size() && bytes[pos] != '\n') ++pos;
-            else
-                ++pos;
-        }
-        int value = 0;
-        while (pos < bytes.size() && isdigit(bytes[pos])) value = value * 10 + (bytes[pos++] - '0');
-        return value;
-    };
-    if (bytes.size() < 3 || bytes[0] != 'P') return pnm;
-    char kind = static_cast<char>(bytes[1]);
-    pnm.width = number();
-    pnm.height = number();
-    if (kind != '4') number();  // maxval, 255 in all fixtures
-    ++pos;
-    pnm.channels = kind == '6' ? 3 : 1;
-    if (kind == '4') {
-        size_t stride = (static_cast<size_t>(pnm.width) + 7) / 8;
-        for (int y = 0; y < pnm.height; ++y)
-            for (int x = 0; x < pnm.width; ++x)
-                pnm.samples.push_back((bytes[pos + y * stride + x / 8] >> (7 - x % 8)) & 1);
-    } else {
-        pnm.samples.assign(bytes.begin() + static_cast<long>(pos), bytes.end());
-    }
-    return pnm;
-}
+using tarntest::Pnm;
+using tarntest::read_pnm;
 
 std::string fixture(const std::string& name) { return tarntest::data_path("sunraster/" + name); }
 

@@ -1,5 +1,6 @@
 #include "test_support.h"
 
+#include <cctype>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
@@ -55,6 +56,56 @@ std::string TempDir::copy_in(const std::string& source, const std::string& name)
 std::vector<unsigned char> read_file(const std::string& path) {
     std::ifstream in(path, std::ios::binary);
     return std::vector<unsigned char>(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
+}
+
+Pnm read_pnm(const std::string& path) {
+    std::vector<unsigned char> bytes = read_file(path);
+    Pnm pnm;
+    size_t pos = 2;
+    auto number = [&]() {
+        while (pos < bytes.size() && (isspace(bytes[pos]) || bytes[pos] == '#')) {
+            if (bytes[pos] == '#')
+                while (pos < bytes.size() && bytes[pos] != '\n') ++pos;
+            else
+                ++pos;
+        }
+        int value = 0;
+        while (pos < bytes.size() && isdigit(bytes[pos])) value = value * 10 + (bytes[pos++] - '0');
+        return value;
+    };
+    if (bytes.size() < 3 || bytes[0] != 'P') return pnm;
+    char kind = static_cast<char>(bytes[1]);
+    if (kind != '4' && kind != '5' && kind != '6') return pnm;
+    pnm.width = number();
+    pnm.height = number();
+    if (kind != '4') number();  // maxval, 255 in all fixtures
+    ++pos;
+    pnm.channels = kind == '6' ? 3 : 1;
+    pnm.bitmap = kind == '4';
+    size_t need = kind == '4' ? (static_cast<size_t>(pnm.width) + 7) / 8 * pnm.height
+                              : static_cast<size_t>(pnm.width) * pnm.height * pnm.channels;
+    if (pos + need > bytes.size()) return Pnm();
+    if (kind == '4') {
+        size_t stride = (static_cast<size_t>(pnm.width) + 7) / 8;
+        for (int y = 0; y < pnm.height; ++y)
+            for (int x = 0; x < pnm.width; ++x)
+                pnm.samples.push_back((bytes[pos + y * stride + x / 8] >> (7 - x % 8)) & 1);
+    } else {
+        pnm.samples.assign(bytes.begin() + static_cast<long>(pos),
+                           bytes.begin() + static_cast<long>(pos + need));
+    }
+    return pnm;
+}
+
+void Pnm::rgba(int x, int y, unsigned char out[4]) const {
+    if (channels == 3) {
+        for (int c = 0; c < 3; ++c) out[c] = static_cast<unsigned char>(at(x, y, c));
+    } else {
+        int v = at(x, y, 0);
+        unsigned char grey = static_cast<unsigned char>(bitmap ? (v ? 0 : 255) : v);
+        out[0] = out[1] = out[2] = grey;
+    }
+    out[3] = 255;
 }
 
 }  // namespace tarntest

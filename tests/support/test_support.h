@@ -32,6 +32,20 @@ private:
 
 std::vector<unsigned char> read_file(const std::string& path);
 
+/* A decoded binary PBM, PGM or PPM: one entry per sample, 0/1 for bitmaps
+ * (1 black). Empty (width 0) when the file is not one. */
+struct Pnm {
+    int width = 0, height = 0, channels = 0;
+    bool bitmap = false;
+    std::vector<int> samples;
+    int at(int x, int y, int c) const {
+        return samples[(static_cast<size_t>(y) * width + x) * channels + c];
+    }
+    /* The pixel as red, green, blue, alpha 255 in memory order. */
+    void rgba(int x, int y, unsigned char out[4]) const;
+};
+Pnm read_pnm(const std::string& path);
+
 }  // namespace tarntest
 
 #endif
