@@ -1,7 +1,8 @@
 // Fuzz entry point for the Sun raster driver. The bytes become a file, which
 // is opened as the objects open it (one band for display, and three bands)
 // and as the channel interface opens it; each open maps the full window,
-// allocates its buffers and reads every row until the first that fails.
+// allocates its buffers and reads every row until the first that fails. Then
+// the image object reads it as a host would, through getData.
 
 #include <stdint.h>
 #include <stdio.h>
@@ -14,6 +15,7 @@
 #include "channel/buffers.h"
 #include "channel/channel.h"
 #include "channel/window.h"
+#include "objects/image_impl.h"
 
 namespace {
 
@@ -88,6 +90,23 @@ void channel(const char* path) {
     close_image_channel(image, 'r');
 }
 
+// The host's path: the image object admits the file and getData reads the
+// whole of it at three scales. Blocks the host could not sensibly ask for are
+// left out, as the block is as large as the host's rectangle.
+void objects(const char* path) {
+    CIImageImpl* image = new CIImageImpl(CTarnUString(path));
+    if (image->isValid() &&
+        static_cast<long long>(image->getWidth()) * image->getHeight() <= (1LL << 22)) {
+        for (double scale : {1.0, 2.0, 0.5}) {
+            image->setScale(scale);
+            long x, y, w, h;
+            DirectMemoryHolder* block = image->getData(&x, &y, &w, &h);
+            if (block) block->release();
+        }
+    }
+    image->release();
+}
+
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
@@ -97,6 +116,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     single_band(path.c_str(), 3, 0);
     three_bands(path.c_str());
     channel(path.c_str());
+    objects(path.c_str());
     unlink(path.c_str());
     return 0;
 }
