@@ -139,26 +139,32 @@ static void free_companions(Image* image) {
     image->driver = nullptr;
 }
 
-int image_close_files(Image* image) {
-    switch (image->type) {
-    case 5: gcloseC(image->file2); image->file2 = nullptr; break;
-    case 6: {
+// Closes the handle of whatever the record holds, once, and frees the
+// companion records. The multi-band form has no case for the formats that
+// have no multi-band open.
+static int close_files(Image* image, bool multi) {
+    int type = image->type;
+    if (!multi && type == 5) {
+        gcloseC(image->file2);
+        image->file2 = nullptr;
+    } else if (!multi && type == 6) {
         int status = 0;
         latclsC(image->file2, &status);
         image->file2 = nullptr;
-        break;
-    }
-    case 100: get_graimg_end(image->file2, image->file_buffer); image->file2 = nullptr; break;
-    case 7: close_TIFF(image); break;
-    case 10: close_GRID(image); break;
-    case 13: close_ADRG(image); break;
-    default:
-        if (image->type >= kFirstRegisteredType) {
-            close_UDF(image);
-        } else if (image->file) {
-            tarn_fclose(image->file);
-        }
-        break;
+    } else if (!multi && type == 100) {
+        get_graimg_end(image->file2, image->file_buffer);
+        image->file2 = nullptr;
+    } else if (type == 7) {
+        close_TIFF(image);
+    } else if (type == 10) {
+        if (multi) close_multi_GRID(image);
+        else close_GRID(image);
+    } else if (type == 13) {
+        close_ADRG(image);
+    } else if (type >= kFirstRegisteredType) {
+        close_UDF(image);
+    } else if (image->file) {
+        tarn_fclose(image->file);
     }
     // A handle is closed once: a second close finds nothing.
     image->file = nullptr;
@@ -166,23 +172,9 @@ int image_close_files(Image* image) {
     return 0;
 }
 
-int multi_image_close_files(Image* image) {
-    switch (image->type) {
-    case 7: close_TIFF(image); break;
-    case 10: close_multi_GRID(image); break;
-    case 13: close_ADRG(image); break;
-    default:
-        if (image->type >= kFirstRegisteredType) {
-            close_UDF(image);
-        } else if (image->file) {
-            tarn_fclose(image->file);
-        }
-        break;
-    }
-    image->file = nullptr;
-    free_companions(image);
-    return 0;
-}
+int image_close_files(Image* image) { return close_files(image, false); }
+
+int multi_image_close_files(Image* image) { return close_files(image, true); }
 
 int image_close(Image* image) {
     free_buffers(image);
@@ -270,6 +262,18 @@ int image_store_external_lut(Image* image, void* lut) {
     return store_external_lut_GRID(image, lut);
 }
 
+void set_window_bytes(Image* image) {
+    long long depth = image->depth;
+    long long first = image->first_col, last = image->last_col;
+    image->first_byte = static_cast<int32_t>(first * depth / 8);
+    image->first_bit = static_cast<int32_t>((first * depth) % 8);
+    image->last_byte = static_cast<int32_t>(last * depth / 8);
+    image->last_bit = static_cast<int32_t>((last * depth) % 8);
+    long long bits = static_cast<long long>(image->win_cols) * depth;
+    image->win_bytes = static_cast<int32_t>(bits / 8 + (bits % 8 ? 1 : 0));
+    image->win_longs = image->win_bytes / 4 + (image->win_bytes % 4 ? 1 : 0);
+}
+
 int image_row_map(Image* image, int type, int first_col, int last_col, int first_row,
                   int last_row) {
     auto clamp = [](int value, int count) {
@@ -291,14 +295,7 @@ int image_row_map(Image* image, int type, int first_col, int last_col, int first
     image->win_cols = last_col - first_col + 1;
     image->win_rows = last_row - first_row + 1;
 
-    long long depth = image->depth;
-    image->first_byte = static_cast<int32_t>(first_col * depth / 8);
-    image->first_bit = static_cast<int32_t>((first_col * depth) % 8);
-    image->last_byte = static_cast<int32_t>(last_col * depth / 8);
-    image->last_bit = static_cast<int32_t>((last_col * depth) % 8);
-    long long bits = image->win_cols * depth;
-    image->win_bytes = static_cast<int32_t>(bits / 8 + (bits % 8 ? 1 : 0));
-    image->win_longs = image->win_bytes / 4 + (image->win_bytes % 4 ? 1 : 0);
+    set_window_bytes(image);
     image->col_map = nullptr;
 
     if (type == 1) {

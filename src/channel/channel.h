@@ -22,6 +22,9 @@ int image_clyr_make(Image* image);
 int switch_image_runio(Image* image, int mode);
 int image_setup_runio(Image* image);
 int image_isok_runio(Image* image);
+/* Byte positions and sizes of the window first_col..last_col at the record's
+ * depth: first_byte/bit, last_byte/bit, win_bytes, win_longs. */
+void set_window_bytes(Image* image);
 int image_row_map(Image* image, int type, int first_col, int last_col, int first_row, int last_row);
 int set_getrow_buffer_depth(Image* image);
 int set_image_direct_resampling_on(Image* image);

@@ -9,6 +9,7 @@
 #include <stdlib.h>
 
 #include "channel/alloc.h"
+#include "channel/channel.h"
 #include "drivers/drivers.h"
 
 namespace {
@@ -91,14 +92,7 @@ int image_window_map(Image* image, int type, int out_x, int out_y, int out_width
     image->win_rows = static_cast<int32_t>(last_row - first_row + 1);
     image->win_cols = static_cast<int32_t>(last_col - first_col + 1);
 
-    long long depth = image->depth;
-    image->first_byte = static_cast<int32_t>(first_col * depth / 8);
-    image->first_bit = static_cast<int32_t>((first_col * depth) % 8);
-    image->last_byte = static_cast<int32_t>(last_col * depth / 8);
-    image->last_bit = static_cast<int32_t>((last_col * depth) % 8);
-    long long bits = image->win_cols * depth;
-    image->win_bytes = static_cast<int32_t>(bits / 8 + (bits % 8 ? 1 : 0));
-    image->win_longs = image->win_bytes / 4 + (image->win_bytes % 4 ? 1 : 0);
+    set_window_bytes(image);
 
     image->out_x = out_x;
     image->out_y = out_y;
