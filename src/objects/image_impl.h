@@ -86,7 +86,7 @@ private:
     friend struct CIImageImplTestAccess;
     void initialise();
     void destroy();
-    void releaseStreamResources();
+    int closeStream();
 
     int32_t m_refCount = 1;
     int32_t m_internalRefCount = 0;

@@ -107,13 +107,6 @@ int CIImageImpl::resetRGBStreamOpen(long x, long y, long, long) {
         m_resultX = static_cast<int32_t>(m_clipX / m_scale);
         m_resultY = static_cast<int32_t>(m_clipY / m_scale);
 
-        // One row of 32-bit pixels, wide enough for the output as well as the
-        // image: at scales below 1 the output is the wider.
-        long pixels = m_width > m_resultWidth ? m_width : m_resultWidth;
-        free(m_rowBuffer);
-        m_rowBuffer = static_cast<uint8_t*>(malloc(static_cast<size_t>(pixels > 0 ? pixels : 1) * 4));
-        if (!m_rowBuffer) throw OpenFailed();
-
         m_externalLut = nullptr;
         m_singleBuffers = 0;
         Image* image = &m_image;
@@ -122,6 +115,13 @@ int CIImageImpl::resetRGBStreamOpen(long x, long y, long, long) {
         reset_buffers(image);
         reset_graphic_buffers(image);
         reset_all_display_buffers(image);
+
+        // One row of 32-bit pixels, wide enough for the output as well as the
+        // image: at scales below 1 the output is the wider.
+        long pixels = m_width > m_resultWidth ? m_width : m_resultWidth;
+        free(m_rowBuffer);
+        m_rowBuffer = static_cast<uint8_t*>(malloc(static_cast<size_t>(pixels > 0 ? pixels : 1) * 4));
+        if (!m_rowBuffer) throw OpenFailed();
 
         m_hasExternalColorMap = decode_external_colormap(m_externalColorMap, m_colorMapName);
         m_hasExternalLut = decode_external_lut(static_cast<Lut*>(m_externalLut), m_lutName);
@@ -154,7 +154,6 @@ int CIImageImpl::resetRGBStreamOpen(long x, long y, long, long) {
                 check(image_replace_lut(image, static_cast<Lut*>(m_externalLut)));
             }
         }
-        m_streamState = 3;  // opened: a failure from here on must close the file
         check(tarn_screen_init(this, image, 0));
 
         float zoom = static_cast<float>(1.0 / m_scale);
@@ -194,34 +193,20 @@ int CIImageImpl::resetRGBStreamOpen(long x, long y, long, long) {
         m_streamState = 1;
         return 1;
     } catch (...) {
-        // A failed open gives back what it took: the file, the buffers.
-        if (m_streamState == 3) {
-            m_streamState = 1;
-            resetRGBStreamClose();
-        } else {
-            releaseStreamResources();
-        }
+        // A failed open gives back what it took, the file and the buffers,
+        // whether the driver's open or a later step failed.
+        closeStream();
         m_streamState = 0;
         return 0;
     }
 }
 
-void CIImageImpl::releaseStreamResources() {
-    Image* image = &m_image;
-    free_buffers(image);
-    free_multi_internal_buffers(image);
-    free_multi_graphic_buffers(image);
-    free_all_display_buffers(image);
-    free(image->clyr);
-    image->clyr = nullptr;
-    free(image->driver);
-    image->driver = nullptr;
-    free(m_rowBuffer);
-    m_rowBuffer = nullptr;
-}
-
 int CIImageImpl::resetRGBStreamClose() {
     if (m_streamState == 0) return 0;
+    return closeStream();
+}
+
+int CIImageImpl::closeStream() {
     Image* image = &m_image;
     int result = 1;
     try {
