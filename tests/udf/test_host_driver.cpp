@@ -15,24 +15,21 @@ namespace {
 
 struct Seen {
     int calls = 0;
-    long position = -2;
-    bool had_file = false;
-    std::string name;
+    long position = -2;  // -1: asked without a file
 };
 Seen g_reader, g_accepter;
 uint32_t g_accepter_code = 0;
 std::string g_accept_ending;  // the accepter takes names ending in this
 
-// Reads a few bytes and declines, leaving the file elsewhere than its start.
-int reading_exist(const char* name, char*, FILE* fp) {
-    ++g_reader.calls;
-    g_reader.name = name;
-    g_reader.had_file = fp != nullptr;
-    g_reader.position = fp ? ftell(fp) : -1;
-    if (fp) {
-        char head[3];
-        if (fread(head, 1, sizeof head, fp) != sizeof head) return 0;
-    }
+void note(Seen& seen, FILE* fp) {
+    ++seen.calls;
+    seen.position = fp ? ftell(fp) : -1;
+}
+
+// Moves the file away from its start and declines.
+int reading_exist(const char*, char*, FILE* fp) {
+    note(g_reader, fp);
+    if (fp) fseek(fp, 3, SEEK_SET);
     return 0;
 }
 
@@ -40,13 +37,9 @@ int throwing_exist(const char*, char*, FILE*) { throw 42; }
 
 // Accepts by name, answering its code and a path of its own choosing.
 int accepting_exist(const char* name, char* out_path, FILE* fp) {
-    ++g_accepter.calls;
-    g_accepter.name = name;
-    g_accepter.had_file = fp != nullptr;
-    g_accepter.position = fp ? ftell(fp) : -1;
+    note(g_accepter, fp);
     std::string text = name;
-    if (text.size() < g_accept_ending.size() ||
-        text.compare(text.size() - g_accept_ending.size(), std::string::npos, g_accept_ending) != 0)
+    if (text.size() < g_accept_ending.size() || text.substr(text.size() - g_accept_ending.size()) != g_accept_ending)
         return 0;
     strcpy(out_path, name);
     strcat(out_path, ".data");
@@ -58,8 +51,6 @@ UDFRecord record_with(UDFExistFunc exist, const char* keyword) {
     record.exist = exist;
     record.keyword = const_cast<char*>(keyword);
     record.suffix = const_cast<char*>("hst");
-    record.description = const_cast<char*>("Host format");
-    record.filter = const_cast<char*>("*.hst");
     return record;
 }
 
@@ -72,37 +63,35 @@ protected:
         m_reader = II_RegisterUDF(&reader);
         m_thrower = II_RegisterUDF(&thrower);
         g_accepter_code = m_accepter = II_RegisterUDF(&accepter);
-        g_reader = Seen();
-        g_accepter = Seen();
+        ASSERT_GT(m_reader, 1000u);
+        ASSERT_EQ(m_accepter, m_reader + 2);
+        g_reader = g_accepter = Seen();
         g_accept_ending = ".mine";
     }
     void TearDown() override {
-        II_UnregisterUDF(m_reader);
-        II_UnregisterUDF(m_thrower);
-        II_UnregisterUDF(m_accepter);
+        for (uint32_t code : {m_reader, m_thrower, m_accepter}) II_UnregisterUDF(code);
+    }
+    // Identifies name: the type, with the found name in found.
+    int identify(const std::string& name, std::string& found) {
+        char resolved[TARN_PATH_MAX] = "untouched";
+        int type = 0;
+        int result = get_image_type_from_name(name.c_str(), resolved, &type);
+        found = resolved;
+        EXPECT_EQ(result, type == -1 ? -1 : 1);
+        return type;
     }
     uint32_t m_reader = 0, m_thrower = 0, m_accepter = 0;
     tarntest::TempDir m_dir;
 };
 
-TEST_F(HostDriver, GetsCodesFrom1001Up) {
-    EXPECT_GT(m_reader, 1000u);
-    EXPECT_EQ(m_thrower, m_reader + 1);
-    EXPECT_EQ(m_accepter, m_reader + 2);
-}
-
 TEST_F(HostDriver, AcceptsAfterAThrowWithItsFileRewound) {
     std::string path = m_dir.write("scene.mine", "MINE format, whatever follows");
-    char resolved[TARN_PATH_MAX] = "";
-    int type = 0;
-    EXPECT_EQ(get_image_type_from_name(path.c_str(), resolved, &type), 1);
-    EXPECT_EQ(type, static_cast<int>(m_accepter));
-    EXPECT_EQ(path + ".data", resolved);  // the driver's own path, absolute already
+    std::string found;
+    EXPECT_EQ(identify(path, found), static_cast<int>(m_accepter));
+    EXPECT_EQ(found, path + ".data");  // the driver's own path, absolute already
     EXPECT_EQ(g_reader.calls, 1);
-    EXPECT_TRUE(g_reader.had_file);
     EXPECT_EQ(g_reader.position, 0);  // the content tests read before it
     EXPECT_EQ(g_accepter.calls, 1);
-    EXPECT_TRUE(g_accepter.had_file);
     EXPECT_EQ(g_accepter.position, 0);  // the reader moved it; rewound again
 }
 
@@ -111,56 +100,46 @@ TEST_F(HostDriver, BuiltInTestsComeFirst) {
     std::string bil = m_dir.write("a.mine.bil", "");
     std::string sun = m_dir.copy_in(tarntest::data_path("ident/sun-grey-7x5"), "sun.mine");
     g_accept_ending = "";  // would take anything
-    char resolved[TARN_PATH_MAX];
-    int type = 0;
-    EXPECT_EQ(get_image_type_from_name(bil.c_str(), resolved, &type), 1);
-    EXPECT_EQ(type, 8);
-    EXPECT_EQ(get_image_type_from_name(sun.c_str(), resolved, &type), 1);
-    EXPECT_EQ(type, 2);
-    EXPECT_EQ(g_reader.calls, 0);
-    EXPECT_EQ(g_accepter.calls, 0);
+    std::string found;
+    EXPECT_EQ(identify(bil, found), 8);
+    EXPECT_EQ(identify(sun, found), 2);
+    EXPECT_EQ(g_reader.calls + g_accepter.calls, 0);
 }
 
 TEST_F(HostDriver, AskedWithoutAFileBeforeTheExtendedNames) {
     // "stem" doesn't exist but stem.rlc does: the drivers are asked about the
     // stem, with no file, before the suffixes are tried.
     m_dir.write("stem.rlc", "");
-    std::string stem = m_dir.file("stem");
-    char resolved[TARN_PATH_MAX];
-    int type = 0;
+    std::string stem = m_dir.file("stem"), found;
     g_accept_ending = "/stem";
-    EXPECT_EQ(get_image_type_from_name(stem.c_str(), resolved, &type), 1);
-    EXPECT_EQ(type, static_cast<int>(m_accepter));
-    EXPECT_FALSE(g_accepter.had_file);
+    EXPECT_EQ(identify(stem, found), static_cast<int>(m_accepter));
     EXPECT_EQ(g_accepter.position, -1);
 
     g_accept_ending = ".never";
-    EXPECT_EQ(get_image_type_from_name(stem.c_str(), resolved, &type), 1);
-    EXPECT_EQ(type, 1);
-    EXPECT_EQ(stem + ".rlc", resolved);
+    EXPECT_EQ(identify(stem, found), 1);
+    EXPECT_EQ(found, stem + ".rlc");
 }
 
 TEST_F(HostDriver, ANegativeAnswerEndsTheDecision) {
-    // A driver may answer a negative code; it is passed on with the result 1,
-    // and -1 itself means not identified.
+    // A negative code is passed on with the result 1; -1 itself means not
+    // identified, and the .rlc beside the stem is never probed.
     m_dir.write("n.rlc", "");
-    std::string name = m_dir.file("n");
-    UDFRecord record = record_with(
-        [](const char*, char*, FILE*) -> int { return -2; }, "NEGATIVE");
-    uint32_t negative = II_RegisterUDF(&record);
-    char resolved[TARN_PATH_MAX];
-    int type = 0;
-    EXPECT_EQ(get_image_type_from_name(name.c_str(), resolved, &type), 1);
-    EXPECT_EQ(type, -2);
-    II_UnregisterUDF(negative);
-
-    record = record_with([](const char*, char*, FILE*) -> int { return -1; }, "MINUSONE");
-    uint32_t minus_one = II_RegisterUDF(&record);
-    strcpy(resolved, "untouched");
-    EXPECT_EQ(get_image_type_from_name(name.c_str(), resolved, &type), -1);
-    EXPECT_EQ(type, -1);
-    EXPECT_STREQ(resolved, "untouched");  // the .rlc beside it is never probed
-    II_UnregisterUDF(minus_one);
+    const std::string name = m_dir.file("n");
+    const struct {
+        int (*exist)(const char*, char*, FILE*);
+        int type;
+    } cases[] = {{[](const char*, char*, FILE*) { return -2; }, -2},
+                 {[](const char*, char*, FILE*) { return -1; }, -1}};
+    for (const auto& c : cases) {
+        UDFRecord record = record_with(c.exist, "NEGATIVE");
+        uint32_t code = II_RegisterUDF(&record);
+        std::string found;
+        EXPECT_EQ(identify(name, found), c.type);
+        if (c.type == -1) {
+            EXPECT_EQ(found, "untouched");
+        }
+        II_UnregisterUDF(code);
+    }
 }
 
 }  // namespace
