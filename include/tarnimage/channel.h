@@ -11,7 +11,8 @@
 TARN_BEGIN_C
 
 /* mode 'r' only. 1, -1, or -2 when the record is already open. The record must
- * come from the heap: a successful close frees it. */
+ * come zeroed from calloc: a successful close frees it. After -1 nothing is
+ * left open and the record is still the caller's to free. */
 TARN_EXPORT int open_image_channel(Image* image, const char* name, char mode, int type, int band);
 TARN_EXPORT int close_image_channel(Image* image, char mode);
 TARN_EXPORT int get_image_row(Image* image, int row, uint32_t* out, int capacity);

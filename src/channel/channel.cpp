@@ -7,6 +7,7 @@
 
 #include "channel/alloc.h"
 #include "channel/buffers.h"
+#include "channel/clyr.h"
 #include "colour/colormap.h"
 #include "drivers/drivers.h"
 #include "udf/udf.h"
@@ -55,7 +56,7 @@ int reset_image(Image* image) {
 
 int image_clyr_make(Image* image) {
     // The grid companion record: the grid shell keeps its per-open state here.
-    image->clyr = calloc(1, 256);
+    image->clyr = calloc(1, TARN_CLYR_RECORD_BYTES);
     if (!image->clyr) return -1;
     reset_clyr_buffers(image);
     reset_clyr_graphic_buffers(image);
@@ -281,6 +282,8 @@ int image_row_map(Image* image, int type, int first_col, int last_col, int first
         if (value >= count) return count - 1;
         return value;
     };
+    // An image without a pixel has no window (the clamps below would give -1..0).
+    if (image->columns < 1 || image->rows < 1) return -1;
     first_col = clamp(first_col, image->columns);
     last_col = clamp(last_col, image->columns);
     if (first_col > last_col) return -1;
@@ -308,6 +311,15 @@ int image_row_map(Image* image, int type, int first_col, int last_col, int first
     return 1;
 }
 
+// Everything a close does but freeing the record itself.
+static void close_channel_files(Image* image) {
+    free_buffers(image);
+    image_close_files(image);
+    image->read_open = 0;
+    setrd_off(image);
+    clrrd_hdr(image);
+}
+
 int open_image_channel(Image* image, const char* name, char mode, int type, int band) {
     if ((mode == 'r' && image->read_open) || (mode == 'w' && image->write_open)) return -2;
     if (mode != 'r') return -1;
@@ -317,25 +329,24 @@ int open_image_channel(Image* image, const char* name, char mode, int type, int 
     if (image_open(image, name, type, band, 0, empty_lut, empty_map) != -1) {
         setrd_on(image, type);
         image->read_open = 1;
-        if (image_row_map(image, type, 0, image->columns - 1, 0, image->rows - 1) == -1) return -1;
-        if (initialize_row_IO(image) != -1 && set_getrow_buffer_depth(image) != -1 &&
+        if (image_row_map(image, type, 0, image->columns - 1, 0, image->rows - 1) != -1 &&
+            initialize_row_IO(image) != -1 && set_getrow_buffer_depth(image) != -1 &&
             allocate_internal_buffers(image) != -1) {
             image->multi_in = band == 0 ? 1 : 0;
             image->runio_in = 0;
             return 1;
         }
     }
-    close_image_channel(image, mode);
+    // Every -1 means the same to the caller: nothing is left open, and the
+    // record, never freed here, stays theirs. A host can't reach the internal
+    // close, so what a failed driver open took is given back now.
+    close_channel_files(image);
     return -1;
 }
 
 int close_image_channel(Image* image, char mode) {
     if (mode != 'r' || !image->read_open) return -1;
-    free_buffers(image);
-    image_close_files(image);
-    image->read_open = 0;
-    setrd_off(image);
-    clrrd_hdr(image);
+    close_channel_files(image);
     CFree1(image);
     return 1;
 }

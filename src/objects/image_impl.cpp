@@ -1,6 +1,7 @@
 #include "objects/image_impl.h"
 
 #include <mutex>
+#include <new>
 #include <stdlib.h>
 #include <string.h>
 
@@ -13,14 +14,17 @@
 
 namespace {
 
-// Serialises this class's calls into the core, whose identification and
-// drivers keep static state.
-std::mutex integratorLock;
-
 // Companion files that sit beside rasters and must never be listed as images.
 const char* const kCompanionEndings[] = {"met", "aux", "xml", "rrd"};
 
 }  // namespace
+
+std::mutex& CIImageImpl::integratorLock() {
+    // Serialises this class's calls into the core, whose identification and
+    // drivers keep static state.
+    static std::mutex lock;
+    return lock;
+}
 
 CIImageImpl::CIImageImpl() { initialise(); }
 
@@ -84,7 +88,10 @@ long CIImageImpl::internalRelease() {
 
 void CIImageImpl::Open(const CTarnUString& path) {
     m_valid = 0;
+    // A second Open on the same object must not strand the first grid map.
+    free_colormap(m_externalColorMap);
     m_externalColorMap = nullptr;
+    std::mutex& lock = integratorLock();
     bool locked = false;
     try {
         CTarnUString name(path);
@@ -118,22 +125,22 @@ void CIImageImpl::Open(const CTarnUString& path) {
         {
             Utf8 utf8(name);
             if (!utf8.data) return;
-            integratorLock.lock();
+            lock.lock();
             locked = true;
             int type = -1;
             int result = get_image_type_from_name(utf8.data, resolved, &type);
             m_type = type;
-            integratorLock.unlock();
+            lock.unlock();
             locked = false;
             if (result == -1) return;
             if (result == 10) m_externalColorMap = MakeGridColorMap(resolved);
         }
 
-        integratorLock.lock();
+        lock.lock();
         locked = true;
         int rows = 0, columns = 0, bands = 0, depth = 0;
         int info = get_image_info(m_type, resolved, &rows, &columns, &bands, &depth);
-        integratorLock.unlock();
+        lock.unlock();
         locked = false;
         if (info == -1) return;
         m_height = rows;
@@ -150,7 +157,7 @@ void CIImageImpl::Open(const CTarnUString& path) {
         m_colorCount = m_colorCount2 = 0x1000000;
         m_hasMore = 1;
     } catch (...) {
-        if (locked) integratorLock.unlock();
+        if (locked) lock.unlock();
         m_valid = 0;
     }
 }
@@ -159,11 +166,13 @@ bool CIImageImpl::isGeoReferenced() {
     if (!m_geoTried) {
         m_geoTried = 1;
         double t[6] = {0, 0, 0, 0, 0, 0};
-        int result;
-        {
+        int result = -1;
+        try {
             Utf8 utf8(m_path);
-            std::lock_guard<std::mutex> guard(integratorLock);
+            std::lock_guard<std::mutex> guard(integratorLock());
             result = utf8.data ? get_image_to_world_transform(m_type, utf8.data, t) : -1;
+        } catch (...) {
+            result = -1;  // out of memory: no georeference, and nothing escapes
         }
         if (result == -1) {
             m_geoValid = 0;
@@ -221,8 +230,14 @@ void CIImageImpl::getResultRect(long* x, long* y, long* width, long* height) {
 }
 
 IInternalImage* CIImageImpl::clone() const {
-    if (!m_valid) return new CIImageImpl();
-    CIImageImpl* copy = new CIImageImpl(m_path);
+    // Out of memory gives null rather than an exception in the host.
+    if (!m_valid) return new (std::nothrow) CIImageImpl();
+    CIImageImpl* copy = nullptr;
+    try {
+        copy = new CIImageImpl(m_path);
+    } catch (...) {
+        return nullptr;
+    }
     copy->setClipRect(m_clipX, m_clipY, m_clipWidth, m_clipHeight);
     return copy;
 }

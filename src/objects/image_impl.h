@@ -1,14 +1,12 @@
 #ifndef TARN_OBJECTS_IMAGE_IMPL_H
 #define TARN_OBJECTS_IMAGE_IMPL_H
 
+#include <mutex>
 #include <stdint.h>
 
 #include <tarnimage/image.h>
 #include <tarnimage/interfaces.h>
 
-
-/* One raster file as the host sees it. The embedded Image is idle between
- * reads: every getData opens the file and closes it again. */
 /* A temporary UTF-8 copy of a string, released with the scope. */
 struct Utf8 {
     explicit Utf8(const CTarnUString& text) : data(text.getUTF8EncodedBuffer()) {}
@@ -18,6 +16,8 @@ struct Utf8 {
     char* data;
 };
 
+/* One raster file as the host sees it. The embedded Image is idle between
+ * reads: every getData opens the file and closes it again. */
 class CIImageImpl : public IInternalImage, public IInternalRStream {
 public:
     CIImageImpl();
@@ -72,6 +72,9 @@ public:
     const CTarnUString& getPath() const { return m_path; }
     Colormap* MakeGridColorMap(char* name);
     static void SetNominalColors(uint8_t* red, uint8_t* green, uint8_t* blue);
+    /* The one lock of this class around the core: identification in Open, the
+     * world transform, and whole reads in getData. */
+    static std::mutex& integratorLock();
 
     /* Read by the bitmap shim. */
     int32_t m_bitmapDepth = 0;

@@ -65,14 +65,15 @@ void CIntegratorManagerImpl::admit(const CTarnUString& path) {
 
 bool CIntegratorManagerImpl::connect(const CTarnUString& connectString,
                                      const CTarnUString& optionsString) {
-    m_connectString = connectString;
-    m_optionsString = optionsString;
-    if (!optionsString.isEmpty()) {
-        CTarnUString path(connectString);
-        path.addFile(optionsString);
-        admit(path);
-    } else {
-        try {
+    // Out of memory while building a path ends the walk; nothing reaches the host.
+    try {
+        m_connectString = connectString;
+        m_optionsString = optionsString;
+        if (!optionsString.isEmpty()) {
+            CTarnUString path(connectString);
+            path.addFile(optionsString);
+            admit(path);
+        } else {
             CTarnUString directory(connectString);
             TarnDirBrowser browser(directory);
             for (int more = browser.findFirst(); more; more = browser.findNext()) {
@@ -80,8 +81,8 @@ bool CIntegratorManagerImpl::connect(const CTarnUString& connectString,
                 path.addFile(browser.getName());
                 admit(path);
             }
-        } catch (...) {
         }
+    } catch (...) {
     }
     return m_imageCount > 0;
 }

@@ -2,6 +2,8 @@
 // RGBA pixels. One getData opens the file, maps the window, allocates every
 // buffer, reads each needed row once, and closes everything again.
 
+#include <cfloat>
+#include <cmath>
 #include <mutex>
 #include <stdlib.h>
 #include <string.h>
@@ -19,16 +21,18 @@
 
 namespace {
 
-// Serialises whole reads: the core's drivers keep static state.
-std::mutex& streamLock() {
-    static std::mutex lock;
-    return lock;
-}
-
 struct OpenFailed {};
 
 void check(int result) {
     if (result == -1) throw OpenFailed();
+}
+
+// One side of the result rectangle, truncated toward zero. A value beyond 32
+// bits fails the open instead of converting undefinedly.
+int32_t result_side(int32_t clip, double scale) {
+    double side = clip / scale;
+    if (!(side < 2147483648.0)) throw OpenFailed();
+    return static_cast<int32_t>(side);
 }
 
 }  // namespace
@@ -63,7 +67,7 @@ static void free_block(void* block) { free(block); }
 DirectMemoryHolder* CIImageImpl::getData(long* x, long* y, long* width, long* height) {
     void* block = nullptr;
     {
-        std::lock_guard<std::mutex> guard(streamLock());
+        std::lock_guard<std::mutex> guard(integratorLock());
         if (m_streamState != 1) resetRGBStreamOpen(m_clipX, m_clipY, m_clipWidth, m_clipHeight);
         if (m_streamState != 1) {
             resetRGBStreamClose();
@@ -102,10 +106,12 @@ int CIImageImpl::resetRGBStreamOpen(long x, long y, long, long) {
     if (m_streamState != 0) return 0;
     bool multi = m_bandCount >= 3;
     try {
-        m_resultWidth = static_cast<int32_t>(m_clipWidth / m_scale);
-        m_resultHeight = static_cast<int32_t>(m_clipHeight / m_scale);
-        m_resultX = static_cast<int32_t>(m_clipX / m_scale);
-        m_resultY = static_cast<int32_t>(m_clipY / m_scale);
+        // Only a positive finite scale whose zoom fits a float maps a window.
+        if (!(m_scale > 0) || !std::isfinite(m_scale) || 1.0 / m_scale > FLT_MAX) throw OpenFailed();
+        m_resultWidth = result_side(m_clipWidth, m_scale);
+        m_resultHeight = result_side(m_clipHeight, m_scale);
+        m_resultX = result_side(m_clipX, m_scale);
+        m_resultY = result_side(m_clipY, m_scale);
 
         m_externalLut = nullptr;
         m_singleBuffers = 0;
@@ -127,7 +133,7 @@ int CIImageImpl::resetRGBStreamOpen(long x, long y, long, long) {
         m_hasExternalLut = decode_external_lut(static_cast<Lut*>(m_externalLut), m_lutName);
         image->raw_values = 0;
         // A colour map object changed by the host is applied later, row by row.
-        if (m_colorMapChanged && m_bandCount == 1) {
+        if (m_colorMap && m_colorMapChanged && m_bandCount == 1) {
             if (!m_externalColorMap) {
                 m_externalColorMap = create_colormap("EXTERNAL", 256, 0, 0, 0, 0);
                 if (!m_externalColorMap) throw OpenFailed();

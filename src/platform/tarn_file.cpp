@@ -5,11 +5,27 @@
 #include <cmath>
 #include <cstdarg>
 #include <cstring>
+#include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 FILE* tarn_fopen(const char* name, const char* mode) {
     if (!name || !*name || !mode) return nullptr;
+    if (mode[0] == 'r' && !std::strchr(mode, '+')) {
+        // Reads take regular files only, opened without blocking: a FIFO in an
+        // image directory would hang the open, a device might never end a read.
+        int fd = open(name, O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+        if (fd < 0) return nullptr;
+        struct stat st;
+        if (fstat(fd, &st) != 0 || !S_ISREG(st.st_mode) ||
+            fcntl(fd, F_SETFL, fcntl(fd, F_GETFL) & ~O_NONBLOCK) != 0) {
+            close(fd);
+            return nullptr;
+        }
+        FILE* file = fdopen(fd, mode);
+        if (!file) close(fd);
+        return file;
+    }
     // Close-on-exec, so a host that spawns processes doesn't leak our handles.
     char flags[16];
     size_t n = strnlen(mode, sizeof flags - 2);

@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 #include <tarnimage/tarnimage.h>
 
+#include <cmath>
 #include <cstring>
 #include <string>
 #include <vector>
@@ -145,6 +146,11 @@ TEST(HostGetData, EmptyClipRepeatedReadsAndHasMore) {
     EXPECT_TRUE(host.read().null);
     image->setClipRect(40, 0, 5, 5);  // wholly right of the image: width 0
     EXPECT_TRUE(host.read().null);
+    image->setClipRect(0, 0, 37, 5);
+    for (double scale : {0.0, -1.0, 1e-300, std::nan("")}) {
+        image->setScale(scale);  // no window at such a scale
+        EXPECT_TRUE(host.read().null) << scale;
+    }
 }
 
 TEST(HostGetData, TheRGBStreamIsTheImage) {

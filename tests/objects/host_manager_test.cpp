@@ -1,6 +1,7 @@
 // The library as a host sees it: only getManager and the interfaces.
 
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 #include <tarnimage/tarnimage.h>
 
 #include "test_support.h"
@@ -48,6 +49,7 @@ TEST(HostManager, WorldFileAndCompanionsAreNeverImages) {
     dir.write("x.tfw", "1.0\n0.0\n0.0\n-1.0\n100.5\n200.5\n");
     dir.write("x.aux", "whatever");
     dir.write("x.xml", "<a/>");
+    ASSERT_EQ(mkfifo(dir.file("x.pipe").c_str(), 0600), 0);  // must not hang the walk
     IInternalImageManager* manager = getManager();
     EXPECT_FALSE(manager->connect(CTarnUString(dir.path().c_str()), CTarnUString("")));
     EXPECT_FALSE(manager->connect(CTarnUString(dir.path().c_str()), CTarnUString("x.tfw")));

@@ -3,8 +3,10 @@
 // depth of the file.
 
 #include <gtest/gtest.h>
+#include <tarnimage/channel.h>
 #include <tarnimage/tarnimage.h>
 
+#include <cstdlib>
 #include <map>
 #include <string>
 
@@ -46,6 +48,20 @@ TEST(HostSunRaster, DirectoryOfSunRastersIsListedWithItsProperties) {
         image->release();
     }
     manager->release();
+}
+
+TEST(HostSunRaster, AFailedChannelOpenLeavesNothingOpen) {
+    // The header promises a colour map and rows past the end: the driver has
+    // opened the file and its record before it refuses. LeakSanitizer sees
+    // whatever stays.
+    tarntest::TempDir dir;
+    auto bytes = tarntest::read_file(tarntest::data_path("sunraster/std-grey-8bit-13x7.ras"));
+    bytes.resize(40);
+    std::string path = dir.write("cut.ras", bytes);
+    Image* record = static_cast<Image*>(calloc(1, sizeof(Image)));
+    EXPECT_EQ(open_image_channel(record, path.c_str(), 'r', 2, 1), -1);
+    EXPECT_EQ(record->read_open, 0);
+    free(record);  // after -1 the record is still ours
 }
 
 }  // namespace
