@@ -43,9 +43,8 @@ std::vector<uint32_t> got(const T* source, int count) {
 }
 
 TEST(Buffers, InternalBuffersFollowTheDepthFamily) {
-    const struct {
-        int depth, family;
-    } cases[] = {{1, 8}, {8, 8}, {9, 16}, {16, 16}, {17, 32}, {32, 32}, {33, -1}};
+    const struct { int depth, family; } cases[] = {
+        {1, 8}, {8, 8}, {9, 16}, {16, 16}, {17, 32}, {32, 32}, {33, -1}};
     for (const auto& c : cases) {
         SCOPED_TRACE(c.depth);
         Record r;

@@ -176,10 +176,7 @@ TEST(Identify, GridMemberIsAskedForUnderItsDirectory) {
     dir.write("grid.rlc", "");
     EXPECT_EQ(identify(member).found, dir.file("grid.rlc"));
 
-    const struct {
-        const char* name;
-        const char* fixed;
-    } cases[] = {
+    const struct { const char* name; const char* fixed; } cases[] = {
         {"/data/grid/hdr.adf", "/data/grid"}, {"/data/grid/w001001.ADF", "/data/grid"},
         {"c:\\data\\grid\\hdr.adf", "c:\\data\\grid"},
         {"hdr.adf", ""},  // no directory in front: the empty name, which fails later
@@ -248,11 +245,9 @@ TEST(ContentTests, TiffMagicInEitherOrder) {
 }
 
 TEST(Naming, BuiltInKeywordsNamesAndExtensions) {
-    const struct {
-        const char* keyword;
-        int type;
-    } keywords[] = {{"BI", 8}, {"T", 7}, {"tiff", 7}, {"sun", 2}, {"adrg", 13}, {"", 0},
-                    {"GRAFILE", -1}, {"SUNRASTERX", -1}, {"Q", -1}};
+    const struct { const char* keyword; int type; } keywords[] = {
+        {"BI", 8}, {"T", 7}, {"tiff", 7}, {"sun", 2}, {"adrg", 13}, {"", 0},
+        {"GRAFILE", -1}, {"SUNRASTERX", -1}, {"Q", -1}};
     for (const auto& c : keywords) {
         int type = 777;
         EXPECT_EQ(type_from_keyword(c.keyword, &type), c.type) << c.keyword;
@@ -272,7 +267,8 @@ TEST(Naming, BuiltInKeywordsNamesAndExtensions) {
         EXPECT_STREQ(buffer, expected ? expected : "unchanged") << type;
     }
 
-    const std::pair<int, const char*> appended[] = {{1, ".rlc"}, {2, ""}, {7, ".tif"}, {13, ".img"}, {-1, ""}};
+    const std::pair<int, const char*> appended[] = {
+        {1, ".rlc"}, {2, ""}, {7, ".tif"}, {13, ".img"}, {-1, ""}};
     for (const auto& c : appended) {
         char name[32] = "stem";
         EXPECT_EQ(name_from_type(c.first, name), 0);

@@ -18,12 +18,17 @@ namespace {
 using Row = std::vector<uint32_t>;
 
 struct KernelImage {
-    KernelImage(int depth, int columns, int out_cols = 0) {
+    // buffers: 'i' internal, 'm' multi-band internal, 'g' graphic rows.
+    KernelImage(int depth, int columns, const char* buffers = "", int out_cols = 0) {
         memset(&image, 0, sizeof image);
         reset_image(&image);
         image.depth = depth;
         image.columns = image.win_cols = columns;
         image.out_cols = out_cols ? out_cols : columns;
+        for (const char* b = buffers; *b; ++b)
+            EXPECT_EQ(*b == 'i'   ? allocate_internal_buffers(&image)
+                      : *b == 'm' ? allocate_multi_internal_buffers(&image)
+                                  : allocate_graphic_buffers(&image, 's'), 1);
     }
     ~KernelImage() {
         free_buffers(&image);
@@ -57,13 +62,8 @@ float float_of(uint32_t bits) {
 }
 
 TEST(ScaleKernels, SingleBandWrapsToTheLowByte) {
-    KernelImage k(16, 1);
-    ASSERT_EQ(allocate_internal_buffers(&k.image), 1);
-    const struct {
-        int low;
-        float step;
-        uint16_t in, out;
-    } cases[] = {
+    KernelImage k(16, 1, "i");
+    const struct { int low; float step; uint16_t in, out; } cases[] = {
         {0, 0.5f, 600, 44},  // 300 cut to its low byte
         {0, 0.5f, 65535, 32767 & 255},
         {10, 1.0f, 7, 253},    // -3: the signed difference truncates toward zero
@@ -78,8 +78,7 @@ TEST(ScaleKernels, SingleBandWrapsToTheLowByte) {
         EXPECT_EQ(k.image.row16[0], c.out) << c.in << " " << c.step;
     }
     // At 32 bits the difference is unsigned: 5 - 10 is 0xFFFFFFFB, not -5.
-    KernelImage w(32, 3);
-    ASSERT_EQ(allocate_internal_buffers(&w.image), 1);
+    KernelImage w(32, 3, "i");
     put(w.image.row32, {5, 1000, 0xFFFFFFFFu});
     w.image.colormap.gray_low = 10;
     w.image.colormap.gray_step = 1.0f;
@@ -90,8 +89,7 @@ TEST(ScaleKernels, SingleBandWrapsToTheLowByte) {
 TEST(ScaleKernels, MultiBandColumnsWalkTheRecordWords) {
     // Column i takes minimum word i and scale word i + 6 of a bounded view:
     // the band arrays, then the lut record, then zeros.
-    KernelImage k(16, 70);
-    ASSERT_EQ(allocate_multi_internal_buffers(&k.image), 1);
+    KernelImage k(16, 70, "m");
     Colormap& map = k.image.colormap;
     put(map.band_low, {0, 1, 2});
     put(map.band_high, {3, 4, 5});
@@ -120,8 +118,7 @@ TEST(ScaleKernels, MultiBandColumnsWalkTheRecordWords) {
     EXPECT_EQ(k.image.mrow16[2][1], 101);
 
     // With one column the counter comes back to band 2: each band once, band 1 skipped.
-    KernelImage n(32, 1);
-    ASSERT_EQ(allocate_multi_internal_buffers(&n.image), 1);
+    KernelImage n(32, 1, "m");
     const float narrow[3] = {2.0f, 5.0f, 2.0f};
     memcpy(n.image.colormap.band_step, narrow, sizeof narrow);
     for (int plane = 0; plane < 3; ++plane) n.image.mrow32[plane][0] = 10;
@@ -130,8 +127,7 @@ TEST(ScaleKernels, MultiBandColumnsWalkTheRecordWords) {
 }
 
 TEST(IndexKernels, RangeMapsToBaseAndOthersToOutOfRange) {
-    KernelImage k(8, 5);
-    ASSERT_EQ(allocate_internal_buffers(&k.image), 1);
+    KernelImage k(8, 5, "i");
     Colormap& map = k.image.colormap;
     map.ncolors = 1;  // counted, not read
     map.low = 10;
@@ -151,8 +147,7 @@ TEST(IndexKernels, RangeMapsToBaseAndOthersToOutOfRange) {
     EXPECT_EQ(k.image.row8[0], static_cast<uint8_t>(255 + 5 + 250));
 
     // 32-bit compares unsigned: a low of -1 is the largest value.
-    KernelImage d(32, 2);
-    ASSERT_EQ(allocate_internal_buffers(&d.image), 1);
+    KernelImage d(32, 2, "i");
     d.image.colormap = map;
     d.image.colormap.low = d.image.colormap.high = -1;
     d.image.colormap.first = 2;
@@ -169,16 +164,14 @@ TEST(IndexKernels, RangeMapsToBaseAndOthersToOutOfRange) {
 }
 
 TEST(LookupKernels, ClampThenReplaceAndKeepNoData) {
-    KernelImage k(32, 4);
-    ASSERT_EQ(allocate_internal_buffers(&k.image), 1);
+    KernelImage k(32, 4, "i");
     k.lut(k.image.lut.red, 0, {10, 11, 12, 13});
     put(k.image.row32, {static_cast<uint32_t>(-7), 2, 99, 0x80000001u});
     Lookup32BitBuf(&k.image);
     EXPECT_EQ(got(k.image.row32, 4), (Row{10, 12, 13, 0x80000001u}));
 
     // Planes go through their own tables, with no no-data rule.
-    KernelImage m(32, 2);
-    ASSERT_EQ(allocate_multi_internal_buffers(&m.image), 1);
+    KernelImage m(32, 2, "m");
     m.lut(m.image.lut.red, 0, {7, 8});
     m.lut(m.image.lut.blue, 0, {9, 10});
     for (int p = 0; p < 3; ++p) put(m.image.mrow32[p], {0x80000001u, 1});
@@ -188,17 +181,14 @@ TEST(LookupKernels, ClampThenReplaceAndKeepNoData) {
     EXPECT_EQ(got(m.image.mrow32[2], 2), (Row{9, 10}));
 
     // On grow without a table, 9 to 16 bits clamp and shift down to 8.
-    KernelImage r(12, 4);
-    ASSERT_EQ(allocate_graphic_buffers(&r.image, 's'), 1);
+    KernelImage r(12, 4, "g");
     put(r.image.grow, {0x1234, 70000, static_cast<uint32_t>(-5), 0x80000001u});
     LookupResampleBuf(&r.image);
     EXPECT_EQ(got(r.image.grow, 4), (Row{0x12, 255, 0, 0x80000001u}));
 }
 
 TEST(ResampleKernels, ColumnMapPicksAndWidens) {
-    KernelImage k(16, 6, 8);
-    ASSERT_EQ(allocate_internal_buffers(&k.image), 1);
-    ASSERT_EQ(allocate_graphic_buffers(&k.image, 's'), 1);
+    KernelImage k(16, 6, "ig", 8);
     put(k.image.row16, {1000, 1001, 1002, 1003, 1004, 1005});
     k.image.col_map = static_cast<int32_t*>(malloc(8 * sizeof(int32_t)));
     put(k.image.col_map, {0, 0, 1, 1, 2, 5, 6, static_cast<uint32_t>(-1)});  // the last two stray

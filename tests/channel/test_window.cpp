@@ -30,10 +30,12 @@ struct Record {
     }
     Ints col_map() const { return Ints(image.col_map, image.col_map + image.out_cols); }
     Ints window() const {
-        return {image.first_col, image.last_col, image.first_row, image.last_row, image.win_cols, image.win_rows};
+        return {image.first_col, image.last_col, image.first_row,
+                image.last_row,  image.win_cols, image.win_rows};
     }
     Ints bytes() const {
-        return {image.first_byte, image.first_bit, image.last_byte, image.last_bit, image.win_bytes, image.win_longs};
+        return {image.first_byte, image.first_bit, image.last_byte,
+                image.last_bit,   image.win_bytes, image.win_longs};
     }
     Ints output() const { return {image.out_x, image.out_last_x, image.out_cols, image.out_rows}; }
 };
@@ -79,10 +81,8 @@ TEST(ImageWindowMap, OverhangMovesTheOutputAndWideOutputShrinks) {
 }
 
 TEST(ImageWindowMap, ColumnMapsAtZooms) {
-    const struct {
-        float zoom;
-        Ints head;
-    } cases[] = {{1.0f / 3.0f, {0, 2, 5, 8, 11}}, {2.0f, {0, 0, 1, 1}}, {0.5f, {0, 2, 4, 6}}};
+    const struct { float zoom; Ints head; } cases[] = {
+        {1.0f / 3.0f, {0, 2, 5, 8, 11}}, {2.0f, {0, 0, 1, 1}}, {0.5f, {0, 2, 4, 6}}};
     for (const auto& c : cases) {
         SCOPED_TRACE(c.zoom);
         Record r(1000, 1000);
@@ -99,11 +99,7 @@ TEST(ImageWindowMap, ColumnMapsAtZooms) {
 }
 
 TEST(ImageWindowMap, Refusals) {
-    const struct {
-        const char* what;
-        int width;
-        float zoom, ox, oy;
-    } cases[] = {
+    const struct { const char* what; int width; float zoom, ox, oy; } cases[] = {
         {"window right of the image", 10, 1.0f, 150.0f, 0.0f},
         {"window below the image", 10, 1.0f, 0.0f, 150.0f},
         {"no output width", 0, 1.0f, 0.0f, 0.0f},

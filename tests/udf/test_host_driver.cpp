@@ -39,7 +39,8 @@ int throwing_exist(const char*, char*, FILE*) { throw 42; }
 int accepting_exist(const char* name, char* out_path, FILE* fp) {
     note(g_accepter, fp);
     std::string text = name;
-    if (text.size() < g_accept_ending.size() || text.substr(text.size() - g_accept_ending.size()) != g_accept_ending)
+    if (text.size() < g_accept_ending.size() ||
+        text.substr(text.size() - g_accept_ending.size()) != g_accept_ending)
         return 0;
     strcpy(out_path, name);
     strcat(out_path, ".data");
@@ -125,11 +126,9 @@ TEST_F(HostDriver, ANegativeAnswerEndsTheDecision) {
     // identified, and the .rlc beside the stem is never probed.
     m_dir.write("n.rlc", "");
     const std::string name = m_dir.file("n");
-    const struct {
-        int (*exist)(const char*, char*, FILE*);
-        int type;
-    } cases[] = {{[](const char*, char*, FILE*) { return -2; }, -2},
-                 {[](const char*, char*, FILE*) { return -1; }, -1}};
+    const struct { UDFExistFunc exist; int type; } cases[] = {
+        {[](const char*, char*, FILE*) { return -2; }, -2},
+        {[](const char*, char*, FILE*) { return -1; }, -1}};
     for (const auto& c : cases) {
         UDFRecord record = record_with(c.exist, "NEGATIVE");
         uint32_t code = II_RegisterUDF(&record);
