@@ -25,9 +25,9 @@ struct ColourPath {
     ColourPath(const std::string& path, bool multi) : m_multi(multi) {
         memset(&image, 0, sizeof image);
         char none[1] = {0};
-        opened = multi ? multi_image_open(&image, path.c_str(), 2, 1, 2, 3, 1, none, none)
-                       : image_open(&image, path.c_str(), 2, 1, 1, none, none);
-        if (opened != 1) return;
+        if ((multi ? multi_image_open(&image, path.c_str(), 2, 1, 2, 3, 1, none, none)
+                   : image_open(&image, path.c_str(), 2, 1, 1, none, none)) != 1)
+            return;
         bool mapped = image_row_map(&image, image.type, 0, image.columns - 1, 0, image.rows - 1) == 1;
         image.out_cols = image.win_cols;
         image.out_rows = image.win_rows;
@@ -38,25 +38,19 @@ struct ColourPath {
         float zero = 0.0f;
         set_dither_threshold(&zero);
         ready = mapped && tarn_screen_init(nullptr, &image, 0) == 1 &&
-                (multi ? allocate_multi_internal_buffers(&image) == 1 &&
-                             allocate_multi_graphic_buffers(&image, 's') == 1
-                       : allocate_internal_buffers(&image) == 1 &&
-                             allocate_graphic_buffers(&image, 's') == 1);
+                (multi ? allocate_multi_internal_buffers(&image) + allocate_multi_graphic_buffers(&image, 's')
+                       : allocate_internal_buffers(&image) + allocate_graphic_buffers(&image, 's')) == 2;
         colour_type = multi ? multi_image_assign_colors(nullptr, &image, 0, 0)
                             : image_assign_colors(nullptr, &image, 0, 0);
         ready = ready && (multi ? allocate_multi_resamplers(&image) : allocate_resamplers(&image)) == 1;
         initialize_row_IO(&image);
     }
     ~ColourPath() {
-        if (m_multi) {
-            multi_image_close(&image);
-            free_multi_buffers(&image);
-            free_multi_graphic_buffers(&image);
-        } else {
-            image_close(&image);
-            free_buffers(&image);
-            free_graphic_buffers(&image);
-        }
+        m_multi ? multi_image_close(&image) : image_close(&image);
+        free_buffers(&image);
+        free_multi_buffers(&image);
+        free_graphic_buffers(&image);
+        free_multi_graphic_buffers(&image);
     }
     std::vector<uint32_t> row(int y) {
         EXPECT_NE(image.get_row(&image, y), -1) << y;
@@ -70,36 +64,22 @@ struct ColourPath {
         return std::vector<uint32_t>(image.grow2, image.grow2 + image.out_cols);
     }
     Image image;
-    int opened = -1, colour_type = -1;
+    int colour_type = -1;
     bool ready = false;
     bool m_multi;
 };
 
 TEST(ColourPipeline, SunRastersMatchNetpbm) {
-    const struct {
-        const char* name;
-        bool multi;
-        int colour_type;  // 0 for a three-band open
-    } fixtures[] = {
-        {"std-palette-8bit-13x7", false, TARN_COLOUR}, {"rle-palette-8bit-37x5", false, TARN_COLOUR},
-        {"std-grey-8bit-38x6", false, TARN_GREY},      {"std-grey-8bit-nomap-13x7", false, TARN_GREY},
-        {"std-bw-1bit-37x5", false, TARN_GREY},        {"rle-bw-1bit-70x6", false, TARN_GREY},
-        {"std-rgb-24bit-29x15", true, 0},              {"rle-rgb-24bit-37x9", true, 0},
-        {"std-rgb-32bit-13x7", true, 0},
-    };
-    for (const auto& f : fixtures) {
-        SCOPED_TRACE(f.name);
-        tarntest::Pnm want = tarntest::read_pnm(tarntest::data_path(std::string("sunraster/") + f.name + ".pnm"));
-        ColourPath path(tarntest::data_path(std::string("sunraster/") + f.name + ".ras"), f.multi);
-        ASSERT_EQ(path.opened, 1);
+    for (const std::string& name : tarntest::sun_fixtures()) {
+        SCOPED_TRACE(name);
+        const bool multi = name.find("rgb") != std::string::npos;
+        tarntest::Pnm want = tarntest::read_pnm(tarntest::data_path("sunraster/" + name + ".pnm"));
+        ColourPath path(tarntest::data_path("sunraster/" + name + ".ras"), multi);
         ASSERT_TRUE(path.ready);
         ASSERT_EQ(path.image.columns, want.width);
-        EXPECT_EQ(path.colour_type, f.colour_type);
         // Palettes and greys remap; three bands pass 8 bits a band through the dither.
-        EXPECT_EQ(path.image.dither_on, f.multi ? 1 : 0);
-        if (f.multi) {
-            EXPECT_EQ(path.image.dither, multicolordither_to_888_bits);
-        }
+        EXPECT_EQ(path.colour_type, multi ? 0 : name.find("palette") != std::string::npos ? TARN_COLOUR : TARN_GREY);
+        EXPECT_EQ(path.image.dither_on, multi ? 1 : 0);
         for (int y = 0; y < want.height; ++y) {
             std::vector<uint32_t> expected;
             for (int x = 0; x < want.width; ++x) {
@@ -114,17 +94,11 @@ TEST(ColourPipeline, SunRastersMatchNetpbm) {
 
 TEST(ColourPipeline, PixelsPastASmallPaletteTakeItsLastColour) {
     // 8-bit, 4 by 2, a 4-entry map; values 4 and up lie beyond it.
-    const std::vector<unsigned char> file = {
-        0x59, 0xa6, 0x6a, 0x95, 0, 0, 0, 4, 0, 0, 0, 2, 0, 0, 0, 8,  // magic, size, depth
-        0, 0, 0, 8, 0, 0, 0, 1, 0, 0, 0, 1, 0, 0, 0, 12,             // length, type, RGB map
-        10, 20, 30, 40,                                              // red
-        50, 60, 70, 80,                                              // green
-        90, 100, 110, 120,                                           // blue
-        0, 3, 4, 200,                                                // row 0
-        255, 1, 2, 9,                                                // row 1
-    };
     tarntest::TempDir dir;
-    ColourPath path(dir.write("small-palette.ras", file), false);
+    ColourPath path(dir.write("small-palette.ras",
+                              tarntest::sun_raster(4, 2, 8, 1, {0, 3, 4, 200, 255, 1, 2, 9}, 1,
+                                                   {10, 20, 30, 40, 50, 60, 70, 80, 90, 100, 110, 120})),
+                    false);
     ASSERT_TRUE(path.ready);
     ASSERT_EQ(path.image.colormap.ncolors, 4);
     ASSERT_EQ(path.colour_type, TARN_COLOUR);

@@ -1,5 +1,6 @@
 #include "test_support.h"
 
+#include <algorithm>
 #include <cctype>
 #include <filesystem>
 #include <fstream>
@@ -56,6 +57,28 @@ std::string TempDir::copy_in(const std::string& source, const std::string& name)
 std::vector<unsigned char> read_file(const std::string& path) {
     std::ifstream in(path, std::ios::binary);
     return std::vector<unsigned char>(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
+}
+
+std::vector<std::string> sun_fixtures() {
+    std::vector<std::string> names;
+    for (const auto& entry : fs::directory_iterator(data_path("sunraster")))
+        if (entry.path().extension() == ".ras") names.push_back(entry.path().stem().string());
+    std::sort(names.begin(), names.end());
+    return names;
+}
+
+std::vector<unsigned char> sun_raster(int width, int height, int depth, int type,
+                                      const std::vector<unsigned char>& data, int maptype,
+                                      const std::vector<unsigned char>& map, int length, int maplength) {
+    std::vector<unsigned char> out;
+    const int words[8] = {0x59a66a95, width, height, depth,
+                          length == kFromData ? static_cast<int>(data.size()) : length, type, maptype,
+                          maplength == kFromData ? static_cast<int>(map.size()) : maplength};
+    for (int w : words)
+        for (int shift = 24; shift >= 0; shift -= 8) out.push_back(static_cast<unsigned char>(w >> shift));
+    out.insert(out.end(), map.begin(), map.end());
+    out.insert(out.end(), data.begin(), data.end());
+    return out;
 }
 
 Pnm read_pnm(const std::string& path) {

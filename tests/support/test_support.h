@@ -1,6 +1,8 @@
 #ifndef TARN_TEST_SUPPORT_H
 #define TARN_TEST_SUPPORT_H
 
+#include <stdint.h>
+
 #include <string>
 #include <vector>
 
@@ -31,6 +33,18 @@ private:
 };
 
 std::vector<unsigned char> read_file(const std::string& path);
+
+/* Names, without ".ras", of the Sun rasters under tests/data/sunraster, sorted;
+ * netpbm's decode of each lies beside it as ".pnm". */
+std::vector<std::string> sun_fixtures();
+
+/* A Sun raster in memory: header, colour map, data. Length words left at
+ * kFromData are those of the bytes given. */
+constexpr int kFromData = INT32_MIN;
+std::vector<unsigned char> sun_raster(int width, int height, int depth, int type,
+                                      const std::vector<unsigned char>& data, int maptype = 0,
+                                      const std::vector<unsigned char>& map = {},
+                                      int length = kFromData, int maplength = kFromData);
 
 /* A decoded binary PBM, PGM or PPM: one entry per sample, 0/1 for bitmaps
  * (1 black). Empty (width 0) when the file is not one. */
