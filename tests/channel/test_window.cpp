@@ -63,13 +63,6 @@ TEST(ImageWindowMap, OverhangMovesTheOutputAndWideOutputShrinks) {
     EXPECT_FLOAT_EQ(ox, -0.5f);
     EXPECT_EQ(r.output(), (Ints{20, 59, 40, 8}));  // the right edge stays where it was
     EXPECT_EQ(r.image.first_col, 0);
-    // An origin between -0.5 and 0.5 keeps column 0 and the output where it is.
-    for (float o : {-0.5f, -0.2f, 0.49f}) {
-        Record s(10, 10);
-        float x = o, y = o;
-        ASSERT_EQ(s.map(0, 4, 4, 1.0f, x, y), 1);
-        EXPECT_EQ(s.image.first_col + s.image.out_x, 0) << o;
-    }
     // Output wider than the image: the window clamps, the output shrinks to its share.
     Record w(20, 10);
     ox = oy = -0.5f;
@@ -103,9 +96,7 @@ TEST(ImageWindowMap, Refusals) {
         {"window right of the image", 10, 1.0f, 150.0f, 0.0f},
         {"window below the image", 10, 1.0f, 0.0f, 150.0f},
         {"no output width", 0, 1.0f, 0.0f, 0.0f},
-        {"negative output width", -4, 1.0f, 0.0f, 0.0f},
         {"zoom 0", 10, 0.0f, 0.0f, 0.0f},
-        {"negative zoom", 10, -1.0f, 0.0f, 0.0f},
         {"origin not a number", 10, 1.0f, __builtin_nanf(""), 0.0f},
     };
     for (const auto& c : cases) {

@@ -33,18 +33,13 @@ TEST(TarnFile, WorldFileVariantsAndRefusals) {
     straddling += std::string(4093 - straddling.size() - 1, ' ') + "\n123456\n";
     struct Case { const char* what; std::string bytes; int result; double first, last; };
     const Case cases[] = {
-        {"no final newline", "1\n2\n3\n4\n5\n6", 1, 1, 6},
         {"CRLF, blanks, blank lines", "\n1.5 \r\n\n \n-2\t\r\n3\r\n4\r\n5\r\n6e2  \r\n", 1, 1.5, 600},
-        {"plus and exponent", "+1E3\n2\n3\n4\n5\n-6.25e-2\n", 1, 1000, -0.0625},
-        {"lines after the sixth", "1\n2\n3\n4\n5\n6\ngarbage\n", 1, 1, 6},
+        {"lines after the sixth, no final newline", "+1E3\n2\n3\n4\n5\n6\ngarbage", 1, 1000, 6},
         {"five lines", "1\n2\n3\n4\n5\n", 0, -7, -7},
         {"number with tail", "1\n2\n3\n4\n5\n6m\n", 0, -7, -7},
-        {"decimal comma", "1\n2\n3\n4\n5\n6,5\n", 0, -7, -7},
-        {"two on a line", "1 2\n3\n4\n5\n6\n7\n", 0, -7, -7},
         {"not finite", "1\n2\nnan\n4\n5\ninf\n", 0, -7, -7},
         {"NUL byte", std::string("1\n2\n3\n4\n5\0\n6\n", 13), 0, -7, -7},
         {"number cut by the bound", straddling, 0, -7, -7},
-        {"megabyte of newlines", std::string(1 << 20, '\n'), 0, -7, -7},
         {"megabyte of digits", std::string(1 << 20, '7'), 0, -7, -7},
     };
     tarntest::TempDir dir;
@@ -56,29 +51,12 @@ TEST(TarnFile, WorldFileVariantsAndRefusals) {
         EXPECT_EQ(values[0], c.first) << c.what;
         EXPECT_EQ(values[5], c.last) << c.what;
     }
-    double values[6];
-    EXPECT_EQ(tarn_read_world_file(nullptr, values), 0);
 }
 
-TEST(TarnFile, OpenRefusesWhatIsNotAFileAndNullHandlesAreHarmless) {
+TEST(TarnFile, ReadWriteSeekOnANonAsciiNameAndNoDirectories) {
     tarntest::TempDir dir;
-    const std::string missing = dir.file("missing.ras");
-    for (const char* path : {dir.path().c_str(), "", static_cast<const char*>(nullptr), missing.c_str()})
-        EXPECT_EQ(tarn_fopen(path, "r"), nullptr) << (path ? path : "null");
-    EXPECT_EQ(tarn_fopen(CTarnUString(dir.path()), "rb"), nullptr);
+    EXPECT_EQ(tarn_fopen(dir.path().c_str(), "r"), nullptr);
     EXPECT_EQ(tarn_isDirectory(dir.path().c_str()), 1);
-    EXPECT_EQ(tarn_deleteFile(dir.path().c_str()), -1);
-    char buffer[4];
-    EXPECT_EQ(tarn_fclose(nullptr), 0);
-    EXPECT_EQ(tarn_fread(buffer, 1, 4, nullptr) + tarn_fwrite(buffer, 1, 4, nullptr), 0u);
-    EXPECT_EQ(tarn_fseek(nullptr, 0, SEEK_SET) + tarn_ftell(nullptr) + tarn_fprintf(nullptr, "x"), -3);
-    EXPECT_EQ(tarn_fgetc(nullptr) + tarn_ungetc('a', nullptr), 2 * EOF);
-    EXPECT_TRUE(tarn_feof(nullptr) && tarn_ferror(nullptr));
-    tarn_rewind(nullptr);
-}
-
-TEST(TarnFile, ReadWriteSeekOnANonAsciiName) {
-    tarntest::TempDir dir;
     CTarnUString name;
     tarn_setFileSystemPath(name, dir.path().c_str());
     name.addFile(CTarnUString("kort_\xC3\xBC_\xF0\x9F\x97\xBA.bil"));
@@ -96,14 +74,11 @@ TEST(TarnFile, ReadWriteSeekOnANonAsciiName) {
     char buffer[8] = {0};
     EXPECT_EQ(tarn_fread(buffer, 1, 7, in), 7u);
     EXPECT_STREQ(buffer, "abc42-z");
-    EXPECT_EQ(tarn_fgetc(in), EOF);
     EXPECT_EQ(tarn_fseek(in, 3, SEEK_SET), 0);
     EXPECT_EQ(tarn_fgetc(in), '4');
     tarn_fclose(in);
     EXPECT_EQ(tarn_deleteFile(utf8.c_str()), 0);
     EXPECT_EQ(tarn_accessFile(utf8.c_str(), F_OK), -1);
-    tarn_setFileSystemPath(name, nullptr);
-    EXPECT_TRUE(name.isEqualTo(""));
 }
 
 }  // namespace

@@ -11,7 +11,7 @@ const char* const kBogus = nullptr;
 const char* const kAero = "/tmp/\xC3\x86r\xC3\xB8sk\xC3\xB8" "bing/kort_\xC3\xBC.ras";  // Ærøskøbing/kort_ü
 
 TEST(TarnString, Utf8RoundTripsByteForByte) {
-    for (const char* name : {"", "plain.ras", kAero, "/maps/\xF0\x9F\x97\xBA world.tif", "\xE6\x97\xA5.nitf"}) {
+    for (const char* name : {"", kAero, "/maps/\xF0\x9F\x97\xBA world.tif", "\xE6\x97\xA5.nitf"}) {
         SCOPED_TRACE(name);
         CTarnUString s(name);
         EXPECT_EQ(s.toUTF8(), name);
@@ -22,39 +22,21 @@ TEST(TarnString, Utf8RoundTripsByteForByte) {
         char target[64];
         EXPECT_EQ(s.extractUTF8(target, sizeof target), static_cast<long>(std::strlen(name)));
         EXPECT_STREQ(target, name);
-        EXPECT_TRUE(CTarnUString(std::string(name)).isEqualTo(CTarnUString(s)));
     }
-    EXPECT_EQ(CTarnUString("\xF0\x9F\x97\xBA").length(), 2);  // a surrogate pair
     char target[8];
     EXPECT_EQ(CTarnUString("\xC3\x86r").extractUTF8(target, 2), 3);
     EXPECT_STREQ(target, "");  // half of 'Æ' is never written
     EXPECT_EQ(CTarnUString("\xFF\xFE").charAt(0), 0xFFFD);  // broken UTF-8 is replaced, not trusted
-}
-
-TEST(TarnString, BogusAndSubstrings) {
     CTarnUString bogus(kBogus);
     EXPECT_TRUE(bogus.isBogus() && bogus.isEmpty() && bogus.right(3).isBogus());
-    EXPECT_EQ(bogus.charAt(0), 0xFFFF);
-    char* buffer = bogus.getUTF8EncodedBuffer();
-    EXPECT_STREQ(buffer, "");
-    CTarnUString::releaseCharBuffer(buffer);
     EXPECT_TRUE(CTarnUString(bogus).append("a").isEqualTo("a"));
-    EXPECT_TRUE(CTarnUString("a").append(bogus).isEqualTo("a"));
-
-    CTarnUString name("x.met");
-    EXPECT_EQ(name.right(3).toUTF8(), "met");
-    EXPECT_EQ(name.right(99).toUTF8(), "x.met");
-    EXPECT_EQ(name.right(-1).toUTF8(), "");
-    EXPECT_TRUE(name.endsWith("t") && !name.endsWith("T") && !name.endsWith(nullptr));
-    EXPECT_EQ(CTarnUString("abcdef", 3).toUTF8(), "abc");
 }
 
 TEST(TarnString, ComparisonIsExact) {
     struct Case { const char* a; const char* b; bool equal; };
     const Case cases[] = {
-        {"a.ras", "a.ras", true},   {"A.ras", "a.ras", false}, {"MET", "met", false},
-        {"a", "a ", false},         {"", "", true},            {kBogus, kBogus, true},
-        {kBogus, "", false},
+        {"a.ras", "a.ras", true}, {"A.ras", "a.ras", false}, {"a", "a ", false},
+        {kBogus, kBogus, true},   {kBogus, "", false},
         {"\xC3\xA9", "e\xCC\x81", false},  // precomposed and combining é: no normalisation
     };
     for (const Case& c : cases) {
@@ -69,15 +51,12 @@ TEST(TarnString, PathOperations) {
     enum Op { Add, Correct, Subtract };
     struct Case { Op op; const char* in; const char* arg; const char* out; };
     const Case cases[] = {
-        {Add, "/data", "x.ras", "/data/x.ras"},       {Add, "/data//", "/x.ras", "/data/x.ras"},
-        {Add, "/", "x.ras", "/x.ras"},                {Add, "", "x.ras", "x.ras"},
-        {Add, kBogus, "x.ras", "x.ras"},              {Add, "/data", "", "/data"},
-        {Add, "/data", kBogus, "/data"},              {Add, "/d", "s/x", "/d/s/x"},
+        {Add, "/data//", "/x.ras", "/data/x.ras"},        {Add, "/", "x.ras", "/x.ras"},
+        {Add, kBogus, "x.ras", "x.ras"},                  {Add, "/data", kBogus, "/data"},
         {Correct, "C:\\data\\x.ras", 0, "C:/data/x.ras"}, {Correct, "/a//b///c/", 0, "/a/b/c"},
-        {Correct, "a\\\\b\\", 0, "a/b"},              {Correct, "//", 0, "/"},
-        {Correct, "", 0, ""},
-        {Subtract, "/a/b/c.ras", 0, "c.ras"},         {Subtract, "c.ras", 0, "c.ras"},
-        {Subtract, "/a/b/", 0, "b"},                  {Subtract, "/", 0, "/"},
+        {Correct, "//", 0, "/"},
+        {Subtract, "/a/b/c.ras", 0, "c.ras"},             {Subtract, "c.ras", 0, "c.ras"},
+        {Subtract, "/a/b/", 0, "b"},                      {Subtract, "/", 0, "/"},
         {Subtract, kAero, 0, "kort_\xC3\xBC.ras"},
     };
     for (const Case& c : cases) {
@@ -87,7 +66,6 @@ TEST(TarnString, PathOperations) {
         if (c.op == Subtract) s.subtractPath();
         EXPECT_EQ(s.toUTF8(), c.out) << "op " << c.op << " on " << (c.in ? c.in : "(bogus)");
     }
-    EXPECT_TRUE(CTarnUString(kBogus).correctPath().subtractPath().isBogus());
 }
 
 }  // namespace

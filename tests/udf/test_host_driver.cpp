@@ -121,24 +121,4 @@ TEST_F(HostDriver, AskedWithoutAFileBeforeTheExtendedNames) {
     EXPECT_EQ(found, stem + ".rlc");
 }
 
-TEST_F(HostDriver, ANegativeAnswerEndsTheDecision) {
-    // A negative code is passed on with the result 1; -1 itself means not
-    // identified, and the .rlc beside the stem is never probed.
-    m_dir.write("n.rlc", "");
-    const std::string name = m_dir.file("n");
-    const struct { UDFExistFunc exist; int type; } cases[] = {
-        {[](const char*, char*, FILE*) { return -2; }, -2},
-        {[](const char*, char*, FILE*) { return -1; }, -1}};
-    for (const auto& c : cases) {
-        UDFRecord record = record_with(c.exist, "NEGATIVE");
-        uint32_t code = II_RegisterUDF(&record);
-        std::string found;
-        EXPECT_EQ(identify(name, found), c.type);
-        if (c.type == -1) {
-            EXPECT_EQ(found, "untouched");
-        }
-        II_UnregisterUDF(code);
-    }
-}
-
 }  // namespace
