@@ -371,8 +371,20 @@ int multi_image_assign_colors(void* screen, Image* image, int skip, int dither) 
 }
 
 void clr_remap_buf(Image* image, const uint32_t* source, uint32_t* target, int count) {
-    if (!source || !target) return;
-    for (int i = 0; i < count; ++i) target[i] = clr_table_entry(image, source[i]);
+    if (!source || !target || count <= 0) return;
+    // The table and its length in locals: stores to target could otherwise
+    // alias the record and force a reload per pixel.
+    const uint32_t* table = image->clr_table;
+    int32_t colours = image->colormap.ncolors;
+    if (!table || colours < 1) {
+        memset(target, 0, static_cast<size_t>(count) * sizeof(uint32_t));
+        return;
+    }
+    uint32_t last = static_cast<uint32_t>(colours - 1);
+    for (int i = 0; i < count; ++i) {
+        uint32_t value = source[i];
+        target[i] = table[value < last ? value : last];
+    }
 }
 
 void clr_remap_8(Image* image, uint32_t* target, int count) {

@@ -23,35 +23,50 @@ inline uint32_t clamp_band(int32_t value) {
     return value < 0 ? 0u : value > 255 ? 255u : static_cast<uint32_t>(value);
 }
 
-// Where the bands of column c come from.
+// Where the bands of column c come from. Each source takes its pointers and
+// counts from the record once, so that the stores of a row cannot force them
+// to be reloaded for every pixel.
+struct ColourArrays {
+    const uint8_t* red;
+    const uint8_t* green;
+    const uint8_t* blue;
+    int32_t count;
+    explicit ColourArrays(const Colormap& map)
+        : red(map.red), green(map.green), blue(map.blue), count(map.ncolors) {}
+};
+
 struct ColormapSource {  // r, g, b of the colormap at grow[c]
-    const Image* image;
-    bool ready() const { return image->grow != nullptr; }
+    ColourArrays map;
+    const uint32_t* row;
+    explicit ColormapSource(const Image* image) : map(image->colormap), row(image->grow) {}
+    bool ready() const { return row != nullptr; }
     void get(int c, uint32_t& r, uint32_t& g, uint32_t& b) const {
-        const Colormap& map = image->colormap;
-        uint32_t v = image->grow[c];
-        r = colormap_entry(map.red, map.ncolors, v);
-        g = colormap_entry(map.green, map.ncolors, v);
-        b = colormap_entry(map.blue, map.ncolors, v);
+        uint32_t v = row[c];
+        r = colormap_entry(map.red, map.count, v);
+        g = colormap_entry(map.green, map.count, v);
+        b = colormap_entry(map.blue, map.count, v);
     }
 };
 
 struct PlaneSource {  // red[mgrow[0][c]], green[mgrow[1][c]], blue[mgrow[2][c]]
-    const Image* image;
-    bool ready() const { return image->mgrow[0] && image->mgrow[1] && image->mgrow[2]; }
+    ColourArrays map;
+    const uint32_t* planes[3];
+    explicit PlaneSource(const Image* image)
+        : map(image->colormap), planes{image->mgrow[0], image->mgrow[1], image->mgrow[2]} {}
+    bool ready() const { return planes[0] && planes[1] && planes[2]; }
     void get(int c, uint32_t& r, uint32_t& g, uint32_t& b) const {
-        const Colormap& map = image->colormap;
-        r = colormap_entry(map.red, map.ncolors, image->mgrow[0][c]);
-        g = colormap_entry(map.green, map.ncolors, image->mgrow[1][c]);
-        b = colormap_entry(map.blue, map.ncolors, image->mgrow[2][c]);
+        r = colormap_entry(map.red, map.count, planes[0][c]);
+        g = colormap_entry(map.green, map.count, planes[1][c]);
+        b = colormap_entry(map.blue, map.count, planes[2][c]);
     }
 };
 
 struct PackedSource {  // grow[c] is red + green * 256 + blue * 65536
-    const Image* image;
-    bool ready() const { return image->grow != nullptr; }
+    const uint32_t* row;
+    explicit PackedSource(const Image* image) : row(image->grow) {}
+    bool ready() const { return row != nullptr; }
     void get(int c, uint32_t& r, uint32_t& g, uint32_t& b) const {
-        uint32_t p = image->grow[c];
+        uint32_t p = row[c];
         r = p & 255u;
         g = (p >> 8) & 255u;
         b = (p >> 16) & 255u;
@@ -59,14 +74,15 @@ struct PackedSource {  // grow[c] is red + green * 256 + blue * 65536
 };
 
 struct PackedColormapSource {  // the packed bytes, each through its colormap array
-    const Image* image;
-    bool ready() const { return image->grow != nullptr; }
+    ColourArrays map;
+    const uint32_t* row;
+    explicit PackedColormapSource(const Image* image) : map(image->colormap), row(image->grow) {}
+    bool ready() const { return row != nullptr; }
     void get(int c, uint32_t& r, uint32_t& g, uint32_t& b) const {
-        const Colormap& map = image->colormap;
-        uint32_t p = image->grow[c];
-        r = colormap_entry(map.red, map.ncolors, p & 255u);
-        g = colormap_entry(map.green, map.ncolors, (p >> 8) & 255u);
-        b = colormap_entry(map.blue, map.ncolors, (p >> 16) & 255u);
+        uint32_t p = row[c];
+        r = colormap_entry(map.red, map.count, p & 255u);
+        g = colormap_entry(map.green, map.count, (p >> 8) & 255u);
+        b = colormap_entry(map.blue, map.count, (p >> 16) & 255u);
     }
 };
 
@@ -109,11 +125,13 @@ void dither_row_100(Image* image, int row) {
 template <typename Source>
 void pack_row_888(Image* image) {
     Source source{image};
-    if (!source.ready() || !image->grow2) return;
-    for (int c = 0; c < image->out_cols; ++c) {
+    uint32_t* target = image->grow2;
+    int count = image->out_cols;
+    if (!source.ready() || !target) return;
+    for (int c = 0; c < count; ++c) {
         uint32_t r, g, b;
         source.get(c, r, g, b);
-        image->grow2[c] = b << 16 | g << 8 | r;
+        target[c] = b << 16 | g << 8 | r;
     }
     translate_image_truecolor(image);
 }

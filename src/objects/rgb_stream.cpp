@@ -39,14 +39,14 @@ int32_t result_side(int32_t clip, double scale) {
 
 void copyRGBAtoBGRA(void* source, void* target, int bytes) {
     // Despite the name nothing is exchanged: the packed colours already lie
-    // red first in memory; only alpha is set.
+    // red first in memory; only alpha is set. Word-wise, on a little-endian host.
     const uint8_t* from = static_cast<const uint8_t*>(source);
     uint8_t* to = static_cast<uint8_t*>(target);
     for (int i = 0; i + 3 < bytes; i += 4) {
-        to[i] = from[i];
-        to[i + 1] = from[i + 1];
-        to[i + 2] = from[i + 2];
-        to[i + 3] = 255;
+        uint32_t pixel;
+        memcpy(&pixel, from + i, sizeof pixel);
+        pixel |= 0xFF000000u;
+        memcpy(to + i, &pixel, sizeof pixel);
     }
 }
 

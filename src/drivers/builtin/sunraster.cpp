@@ -247,10 +247,11 @@ int unpack_multi(Image* image, int bytes_per_pixel) {
         if (!image->mrow32[k] || bands[k] < 0 || bands[k] > 2) return -1;
     if (!window_fits_row(image, 0, (long long)image->win_cols * bytes_per_pixel)) return -1;
     const uint8_t* in = image->file_buffer;
+    const int count = image->win_cols;  // a local: the stores below may alias the record
     for (int k = 0; k < 3; ++k) {
-        int offset = colour_offset(bytes_per_pixel, bands[k]);
-        for (int i = 0; i < image->win_cols; ++i)
-            image->mrow32[k][i] = in[i * bytes_per_pixel + offset];
+        const uint8_t* from = in + colour_offset(bytes_per_pixel, bands[k]);
+        uint32_t* to = image->mrow32[k];
+        for (int i = 0; i < count; ++i) to[i] = from[i * bytes_per_pixel];
     }
     return 0;
 }
@@ -599,9 +600,10 @@ int Unpack_Sun_32_Bit_Multi(Image* image) { return unpack_multi(image, 4); }
 int Unpack_Sun_24_Bit_Data(Image* image) {
     if (!image->row32 || !window_fits_row(image, 0, (long long)image->win_cols * 3)) return -1;
     const uint8_t* in = image->file_buffer;
-    for (int i = 0; i < image->win_cols; ++i)
-        image->row32[i] = ((uint32_t)in[3 * i] << 16) | ((uint32_t)in[3 * i + 1] << 8) |
-                          in[3 * i + 2];
+    uint32_t* out = image->row32;
+    const int count = image->win_cols;
+    for (int i = 0; i < count; ++i)
+        out[i] = ((uint32_t)in[3 * i] << 16) | ((uint32_t)in[3 * i + 1] << 8) | in[3 * i + 2];
     return 0;
 }
 
