@@ -126,16 +126,4 @@ TEST(Channel, MultiBandCapacityIsHeldAgainstTheWindow) {
     EXPECT_EQ(get_image_row8(image, 0, bytes, 12), 1);
 }
 
-TEST(Channel, ColourCountsAndColormapByType) {
-    FreshImage fresh;
-    uint8_t r[4], g[4], b[4];
-    int first = -9, last = -9;
-    setrd_on(fresh.image, 5);  // SVF keeps no colormap
-    EXPECT_EQ(get_image_colormap(fresh.image, &first, &last, r, g, b), -1);
-    setrd_on(fresh.image, 1);  // Impell rasters are one bit: black and white
-    EXPECT_EQ(image_colors(fresh.image), 2);
-    EXPECT_EQ(get_image_colormap(fresh.image, &first, &last, r, g, b), 1);
-    EXPECT_EQ((std::vector<int>{first, last, r[0], b[1]}), (std::vector<int>{0, 1, 0, 255}));
-}
-
 }  // namespace

@@ -121,7 +121,6 @@ TEST(Identify, ExtendedNamesOfAStem) {
         {"x", {{"x.gis", "HEAD74\x01"}, {"x.rlc", ""}}, 1, "x.rlc"},
         // A .gis without the header is passed over for a .lan with one.
         {"x", {{"x.gis", "nope...."}, {"x.LAN", "HEADER\x01"}}, 3, "x.LAN"},
-        {"x", {{"x.gis", "nope...."}}, -1, nullptr},
         {"x", {{"x.BMP", ""}}, 14, "x.BMP"},
         {"x", {{"x.bil", ""}, {"x.bsq", ""}}, 8, "x.bil"},
         // An existing file that matches nothing still tries the suffixes.
@@ -129,9 +128,7 @@ TEST(Identify, ExtendedNamesOfAStem) {
         // ADRG: an image beside its general information file, named after the
         // stem without its last two characters; or the stem itself beside it.
         {"TRANSH01", {{"TRANSH01.img", ""}, {"TRANSH01.gen", ""}}, 13, "TRANSH01.img"},
-        {"TRANSH01", {{"TRANSH01.img", ""}}, -1, nullptr},
         {"ABCDEF01", {{"ABCDEF01", "not a raster"}, {"ABCDEF01.GEN", ""}}, 13, "ABCDEF01"},
-        {"x", {{"x.OVR", ""}}, 13, "x.OVR"},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.files.front().first);
@@ -195,27 +192,25 @@ TEST(Identify, LatticeHandleIsClosedOnce) {
 }
 
 TEST(ContentTests, TiffMagicInEitherOrder) {
-    tarntest::TempDir dir;
+    auto gdal = [](const char* name) {
+        std::vector<unsigned char> bytes = tarntest::read_file(fixture(name));
+        return std::string(bytes.begin(), bytes.end());
+    };
     const std::pair<std::string, int> cases[] = {
+        {gdal("geotiff-le-grey-7x5.tif"), 1}, {gdal("geotiff-be-grey-7x5.tif"), 1},
         {std::string("II\x00\x2A", 4), 1}, {std::string("MM\x2A\x00", 4), 1},  // either magic in either order
         {std::string("IM\x2A\x00", 4), 0}, {std::string("II\x2B\x00", 4), 0},  // BigTIFF is not this test's
         {"II*", 0}, {"", 0}};
-    // GDAL's TIFFs of either byte order pass, yet never take the older TIFF type.
-    for (const char* name : {"geotiff-le-grey-7x5.tif", "geotiff-be-grey-7x5.tif"}) {
-        FILE* fp = fopen(fixture(name).c_str(), "r");
-        ASSERT_NE(fp, nullptr);
-        fseek(fp, 0, SEEK_END);  // the test rewinds by itself
-        EXPECT_EQ(check_format_TIFF(fp), 1) << name;
-        fclose(fp);
-        EXPECT_NE(identify(fixture(name)).type, 7) << name;
-    }
+    tarntest::TempDir dir;
     for (const auto& c : cases) {
         FILE* fp = fopen(dir.write("f", c.first).c_str(), "r");
-        EXPECT_EQ(check_format_TIFF(fp), c.second) << c.first;
+        fseek(fp, 0, SEEK_END);  // the test rewinds by itself
+        EXPECT_EQ(check_format_TIFF(fp), c.second) << c.first.substr(0, 4);
         fclose(fp);
     }
     EXPECT_EQ(check_format_TIFF(nullptr), 0);
-    EXPECT_EQ(check_format_SUNRASTER(nullptr), 0);
+    // GDAL's TIFFs pass, yet never take the older TIFF type.
+    EXPECT_NE(identify(fixture("geotiff-be-grey-7x5.tif")).type, 7);
 }
 
 TEST(Naming, BuiltInKeywordsNamesAndExtensions) {
@@ -256,31 +251,6 @@ TEST(Naming, BuiltInKeywordsNamesAndExtensions) {
     for (const auto& c : suffixes) EXPECT_EQ(suffname(c.first), c.second) << c.first;
     EXPECT_EQ(dot("a.b/c"), 1);
     EXPECT_EQ(dot("abc"), 3);
-}
-
-TEST(Naming, RegisteredDrivers) {
-    UDF_LibInit();
-    const int gif = static_cast<int>(UDFsuffix("gif"));
-    ASSERT_NE(gif, 0);
-    const int tif6 = gif + 7;
-    // Built-in keywords first; the upper-cased keyword misses "gif" and
-    // "ArcDRG", whose registered spelling has lower-case letters.
-    int type = 0;
-    const std::pair<const char*, int> keywords[] = {
-        {"TIFF", 7}, {"TIFF6", tif6}, {"C", gif + 3} /* CADRG before CIB */, {"gif", -1}, {"Arc", -1}};
-    for (const auto& c : keywords) EXPECT_EQ(type_from_keyword(c.first, &type), c.second) << c.first;
-
-    char name[32] = "stem";
-    name_from_type(tif6, name);
-    EXPECT_STREQ(name, "stemtif");  // a driver's suffix is appended as stored, with no dot
-
-    EXPECT_EQ(get_type_from_extension("tif"), 7);  // the built-in row is reached first
-    // The registry's suffixes have no dot, so a dotted suffix never matches
-    // them; the empty one of SRP matches a name without a dot.
-    EXPECT_EQ(suffname("a.gif"), -1);
-    EXPECT_EQ(suffname("abc"), 3);
-    UDF_LibExit();
-    EXPECT_EQ(suffname("abc"), -1);
 }
 
 }  // namespace

@@ -40,21 +40,4 @@ TEST(ImageProperties, AnswersByTypeCode) {
     EXPECT_EQ(get_image_info(7, sun.c_str(), &rows, &columns, &bands, &depth), -1);
 }
 
-TEST(StandardColorName, LowerThenUpperSuffix) {
-    tarntest::TempDir dir;
-    std::string image = dir.write("scene.bil", std::string("x"));
-    std::vector<char> name(image.size() + 1);
-    EXPECT_EQ(get_standard_color_name(image.c_str(), name.data()), -1);
-    EXPECT_STREQ(name.data(), "");
-
-    // Whatever the last four characters are, they give way to the suffix.
-    for (const char* suffix : {"CLR", "clr"}) {
-        dir.write(std::string("scene.") + suffix, std::string("0 1 2 3\n"));
-        ASSERT_EQ(get_standard_color_name(dir.file("sceneXbil").c_str(), name.data()), 1);
-        EXPECT_EQ(std::string(name.data()), dir.file(std::string("scene.") + suffix));
-    }
-    char tiny[8];
-    EXPECT_EQ(get_standard_color_name("ab", tiny), -1);
-}
-
 }  // namespace

@@ -106,16 +106,6 @@ TEST(ImageWindowMap, Refusals) {
     }
 }
 
-TEST(ImageWindowMap, BitFieldsAndMirrorColumnsAtDepthOne) {
-    Record r(100, 10, 1);
-    float ox = 12.5f, oy = 0.0f;
-    ASSERT_EQ(r.map(0, 15, 5, 1.0f, ox, oy, 1), 1);
-    EXPECT_EQ((Ints{r.image.first_col, r.image.last_col, r.image.win_cols}), (Ints{13, 29, 17}));
-    EXPECT_EQ(r.bytes(), (Ints{1, 5, 3, 5, 3, 1}));
-    EXPECT_EQ(r.image.mirror_first_col, 100 - 29 - 1);
-    EXPECT_EQ(r.image.mirror_last_col, 100 - 13 - 1);
-}
-
 TEST(ImageRowMap, ClampsAndRefuses) {
     Record r(100, 50, 1);
     ASSERT_EQ(image_row_map(&r.image, 2, -5, 1000000, -1, 49), 1);

@@ -93,12 +93,7 @@ TEST(Colormap, CopiesAndReplacementsOwnTheirArrays) {
     EXPECT_NE(image.colormap.red, source->red);
 
     // A single LUT keeps the colormap; its table becomes the image's own.
-    uint32_t* refused = table_of({1, 2, 3});
-    Lut* single = create_single_lut("EXTERNAL", 0, 10, 12, 0.25, 1.0, refused);
-    EXPECT_EQ(get_lut_table(single), nullptr);  // disabled: the table stays the caller's
-    free(refused);
-    single->red.enabled = 1;
-    set_lut_table(single, table_of({9, 9, 9}));
+    Lut* single = create_single_lut("EXTERNAL", 1, 10, 12, 0.25, 1.0, table_of({9, 9, 9}));
     set_lut_red_table(single, table_of({1, 2, 3}));  // the first table is freed
     ASSERT_EQ(image_replace_lut(&image, single), 1);
     EXPECT_NE(image.lut.red.table, single->red.table);

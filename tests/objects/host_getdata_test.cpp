@@ -140,4 +140,19 @@ TEST(HostGetData, TruncatedFileKeepsTheRowsBeforeTheDamage) {
     }
 }
 
+// A Sun palette smaller than the pixel range: values past it take its last colour.
+TEST(HostGetData, PixelsPastASmallPaletteTakeItsLastColour) {
+    tarntest::TempDir dir;
+    dir.write("small.ras", tarntest::sun_raster(4, 2, 8, 1, {0, 3, 4, 200, 255, 1, 2, 9}, 1,
+                                                {10, 20, 30, 40, 50, 60, 70, 80, 90, 100, 110, 120}));
+    Host host(dir.path(), "small.ras");
+    ASSERT_NE(host.image(), nullptr);
+    const std::vector<unsigned char> first = {10, 50, 90, 255}, second = {20, 60, 100, 255},
+                                     third = {30, 70, 110, 255}, last = {40, 80, 120, 255};
+    std::vector<unsigned char> want;
+    for (const auto* pixel : {&first, &last, &last, &last, &last, &second, &third, &last})
+        want.insert(want.end(), pixel->begin(), pixel->end());
+    EXPECT_EQ(host.read().rgba, want);
+}
+
 }  // namespace

@@ -1,7 +1,6 @@
 #include "test_support.h"
 
 #include <algorithm>
-#include <cctype>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
@@ -82,41 +81,23 @@ std::vector<unsigned char> sun_raster(int width, int height, int depth, int type
 }
 
 Pnm read_pnm(const std::string& path) {
-    std::vector<unsigned char> bytes = read_file(path);
+    // netpbm writes no comments; maxval is 255 in all fixtures.
+    std::ifstream in(path, std::ios::binary);
+    std::string magic;
+    int maxval = 0;
     Pnm pnm;
-    size_t pos = 2;
-    auto number = [&]() {
-        while (pos < bytes.size() && (isspace(bytes[pos]) || bytes[pos] == '#')) {
-            if (bytes[pos] == '#')
-                while (pos < bytes.size() && bytes[pos] != '\n') ++pos;
-            else
-                ++pos;
-        }
-        int value = 0;
-        while (pos < bytes.size() && isdigit(bytes[pos])) value = value * 10 + (bytes[pos++] - '0');
-        return value;
-    };
-    if (bytes.size() < 3 || bytes[0] != 'P') return pnm;
-    char kind = static_cast<char>(bytes[1]);
-    if (kind != '4' && kind != '5' && kind != '6') return pnm;
-    pnm.width = number();
-    pnm.height = number();
-    if (kind != '4') number();  // maxval, 255 in all fixtures
-    ++pos;
-    pnm.channels = kind == '6' ? 3 : 1;
-    pnm.bitmap = kind == '4';
-    size_t need = kind == '4' ? (static_cast<size_t>(pnm.width) + 7) / 8 * pnm.height
-                              : static_cast<size_t>(pnm.width) * pnm.height * pnm.channels;
-    if (pos + need > bytes.size()) return Pnm();
-    if (kind == '4') {
-        size_t stride = (static_cast<size_t>(pnm.width) + 7) / 8;
-        for (int y = 0; y < pnm.height; ++y)
-            for (int x = 0; x < pnm.width; ++x)
-                pnm.samples.push_back((bytes[pos + y * stride + x / 8] >> (7 - x % 8)) & 1);
-    } else {
-        pnm.samples.assign(bytes.begin() + static_cast<long>(pos),
-                           bytes.begin() + static_cast<long>(pos + need));
-    }
+    in >> magic >> pnm.width >> pnm.height;
+    if (magic != "P4") in >> maxval;
+    in.get();
+    if (!in || (magic != "P4" && magic != "P5" && magic != "P6")) return Pnm();
+    pnm.bitmap = magic == "P4";
+    pnm.channels = magic == "P6" ? 3 : 1;
+    const size_t stride = pnm.bitmap ? (pnm.width + 7) / 8 : size_t(pnm.width) * pnm.channels;
+    std::vector<unsigned char> bytes((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+    if (bytes.size() < stride * pnm.height) return Pnm();
+    for (size_t y = 0; y < size_t(pnm.height); ++y)
+        for (size_t x = 0; x < (pnm.bitmap ? size_t(pnm.width) : stride); ++x)
+            pnm.samples.push_back(pnm.bitmap ? (bytes[y * stride + x / 8] >> (7 - x % 8)) & 1 : bytes[y * stride + x]);
     return pnm;
 }
 
