@@ -94,9 +94,8 @@ TEST(Buffers, FreeingTwiceDoesNothingTheSecondTime) {
 }
 
 TEST(Buffers, GraphicRowsBySizeMode) {
-    const struct {
-        int mode, width;  // out_cols 6, win_cols 9; 0: refused
-    } cases[] = {{'s', 6}, {'i', 9}, {'p', 9}, {'x', 0}};
+    // out_cols 6, win_cols 9; width 0: refused.
+    const struct { int mode, width; } cases[] = {{'s', 6}, {'i', 9}, {'p', 9}, {'x', 0}};
     for (const auto& c : cases) {
         SCOPED_TRACE(static_cast<char>(c.mode));
         Record r;

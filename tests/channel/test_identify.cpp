@@ -18,11 +18,7 @@ namespace {
 
 std::string fixture(const std::string& name) { return tarntest::data_path("ident/" + name); }
 
-struct Identified {
-    int result;
-    int type;
-    std::string found;
-};
+struct Identified { int result; int type; std::string found; };
 
 Identified identify(const std::string& name) {
     Identified id;
@@ -49,43 +45,63 @@ void in_directory(const std::string& dir, Body body) {
     EXPECT_EQ(chdir(previous.c_str()), 0);
 }
 
-TEST(Identify, FilesMadeByIndependentTools) {
+// The bytes of a fixture made by netpbm or GDAL.
+std::string made(const char* name) {
+    std::vector<unsigned char> bytes = tarntest::read_file(fixture(name));
+    return std::string(bytes.begin(), bytes.end());
+}
+
+TEST(Identify, FilesMadeByIndependentToolsAndExtendedNames) {
     const struct {
-        const char* fixture;  // null: the content is given inline
-        const char* content;
-        const char* name;
-        int type;  // -1: not identified
+        const char* asked;
+        std::vector<std::pair<const char*, std::string>> files;
+        int type;           // -1: not identified
+        const char* found;  // null: the name asked
     } cases[] = {
         // By content alone: a Sun raster has no customary suffix.
-        {"sun-grey-7x5", nullptr, "sun", 2},
-        {"erdas-head74-grey-7x5.lan", nullptr, "erdas.lan", 3},
-        {"ehdr-grey-7x5.bil", nullptr, "ehdr.bil", 8},
-        {"bmp-grey-7x5.bmp", nullptr, "bmp.bmp", 14},
+        {"sun", {{"sun", made("sun-grey-7x5")}}, 2, nullptr},
+        {"erdas.lan", {{"erdas.lan", made("erdas-head74-grey-7x5.lan")}}, 3, nullptr},
+        {"ehdr.bil", {{"ehdr.bil", made("ehdr-grey-7x5.bil")}}, 8, nullptr},
+        {"bmp.bmp", {{"bmp.bmp", made("bmp-grey-7x5.bmp")}}, 14, nullptr},
         // The extension row comes before any reader of TIFF.
-        {"geotiff-le-grey-7x5.tif", nullptr, "x.bmp", 14},
+        {"x.bmp", {{"x.bmp", made("geotiff-le-grey-7x5.tif")}}, 14, nullptr},
         // A BMP named .tif is a BMP by content, before the drivers are asked.
-        {"bmp-grey-7x5.bmp", nullptr, "bmp.tif", 14},
+        {"bmp.tif", {{"bmp.tif", made("bmp-grey-7x5.bmp")}}, 14, nullptr},
         // A .lan without an ERDAS header goes on to the content tests.
-        {"sun-grey-7x5", nullptr, "sun.lan", 2},
+        {"sun.lan", {{"sun.lan", made("sun-grey-7x5")}}, 2, nullptr},
         // Extension by name alone, whatever the content.
-        {"sun-grey-7x5", nullptr, "sun.bsq", 11},
-        {nullptr, "not an image", "x.RLC", 1},
+        {"sun.bsq", {{"sun.bsq", made("sun-grey-7x5")}}, 11, nullptr},
+        {"x.RLC", {{"x.RLC", "not an image"}}, 1, nullptr},
         // One exact spelling per row: "Rlc" is no Impell name.
-        {nullptr, "not an image", "a.Rlc", -1},
-        {nullptr, "", "x.lan", -1},
-        {nullptr, "HEADER\x01", "header.lan", 3},
-        {nullptr, "\x95\x6A\xA6\x59", "sunswapped", -1},  // the magic word is big-endian
+        {"a.Rlc", {{"a.Rlc", "not an image"}}, -1, nullptr},
+        {"x.lan", {{"x.lan", ""}}, -1, nullptr},
+        {"header.lan", {{"header.lan", "HEADER\x01"}}, 3, nullptr},
+        {"sunswapped", {{"sunswapped", "\x95\x6A\xA6\x59"}}, -1, nullptr},  // the magic word is big-endian
+        // Extended names of a stem; Impell is probed first.
+        {"x", {{"x.gis", "HEAD74\x01"}, {"x.rlc", ""}}, 1, "x.rlc"},
+        // A .gis without the header is passed over for a .lan with one.
+        {"x", {{"x.gis", "nope...."}, {"x.LAN", "HEADER\x01"}}, 3, "x.LAN"},
+        {"x", {{"x.BMP", ""}}, 14, "x.BMP"},
+        {"x", {{"x.bil", ""}, {"x.bsq", ""}}, 8, "x.bil"},
+        // An existing file that matches nothing still tries the suffixes.
+        {"x", {{"x", "plain text"}, {"x.rlc", ""}}, 1, "x.rlc"},
+        // ADRG: an image beside its general information file, named after the
+        // stem without its last two characters; or the stem itself beside it.
+        {"TRANSH01", {{"TRANSH01.img", ""}, {"TRANSH01.gen", ""}}, 13, "TRANSH01.img"},
+        {"ABCDEF01", {{"ABCDEF01", "not a raster"}, {"ABCDEF01.GEN", ""}}, 13, nullptr},
     };
     for (const auto& c : cases) {
-        SCOPED_TRACE(c.name);
+        SCOPED_TRACE(c.files.front().first);
         tarntest::TempDir dir;
-        std::string path = c.fixture ? dir.copy_in(fixture(c.fixture), c.name)
-                                     : dir.write(c.name, std::string(c.content));
-        Identified id = identify(path);
+        for (const auto& file : c.files) dir.write(file.first, file.second);
+        Identified id = identify(dir.file(c.asked));
         EXPECT_EQ(id.result, c.type == -1 ? -1 : 1);
         EXPECT_EQ(id.type, c.type);
-        EXPECT_EQ(id.found, c.type != -1 ? path : std::string("untouched"));
+        EXPECT_EQ(id.found, c.type == -1 ? "untouched" : dir.file(c.found ? c.found : c.asked));
     }
+    // ADRG legends by name alone: ".l" and two letters, fifteen characters from the end.
+    EXPECT_EQ(check_format_ADRG("/data/ADRG/TRANSH01.lRG"), 1);
+    EXPECT_EQ(check_format_ADRG("/ab/cdefghi.Lab"), 0);  // one character short
 }
 
 TEST(Identify, BareNamesBecomeAbsoluteAndCaseRetriesFindTheFile) {
@@ -108,39 +124,6 @@ TEST(Identify, BareNamesBecomeAbsoluteAndCaseRetriesFindTheFile) {
         for (const auto& c : cases)
             EXPECT_EQ(identify(c.asked).found, c.found ? here + "/" + c.found : "untouched") << c.asked;
     });
-}
-
-TEST(Identify, ExtendedNamesOfAStem) {
-    const struct {
-        const char* stem;
-        std::vector<std::pair<const char*, std::string>> files;
-        int type;
-        const char* found;
-    } cases[] = {
-        // Impell is probed first.
-        {"x", {{"x.gis", "HEAD74\x01"}, {"x.rlc", ""}}, 1, "x.rlc"},
-        // A .gis without the header is passed over for a .lan with one.
-        {"x", {{"x.gis", "nope...."}, {"x.LAN", "HEADER\x01"}}, 3, "x.LAN"},
-        {"x", {{"x.BMP", ""}}, 14, "x.BMP"},
-        {"x", {{"x.bil", ""}, {"x.bsq", ""}}, 8, "x.bil"},
-        // An existing file that matches nothing still tries the suffixes.
-        {"x", {{"x", "plain text"}, {"x.rlc", ""}}, 1, "x.rlc"},
-        // ADRG: an image beside its general information file, named after the
-        // stem without its last two characters; or the stem itself beside it.
-        {"TRANSH01", {{"TRANSH01.img", ""}, {"TRANSH01.gen", ""}}, 13, "TRANSH01.img"},
-        {"ABCDEF01", {{"ABCDEF01", "not a raster"}, {"ABCDEF01.GEN", ""}}, 13, "ABCDEF01"},
-    };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.files.front().first);
-        tarntest::TempDir dir;
-        for (const auto& file : c.files) dir.write(file.first, file.second);
-        Identified id = identify(dir.file(c.stem));
-        EXPECT_EQ(id.type, c.type);
-        EXPECT_EQ(id.found, c.found ? dir.file(c.found) : std::string("untouched"));
-    }
-    // ADRG legends by name alone: ".l" and two letters, fifteen characters from the end.
-    EXPECT_EQ(check_format_ADRG("/data/ADRG/TRANSH01.lRG"), 1);
-    EXPECT_EQ(check_format_ADRG("/ab/cdefghi.Lab"), 0);  // one character short
 }
 
 TEST(Identify, GridMemberIsAskedForUnderItsDirectory) {
@@ -192,12 +175,8 @@ TEST(Identify, LatticeHandleIsClosedOnce) {
 }
 
 TEST(ContentTests, TiffMagicInEitherOrder) {
-    auto gdal = [](const char* name) {
-        std::vector<unsigned char> bytes = tarntest::read_file(fixture(name));
-        return std::string(bytes.begin(), bytes.end());
-    };
     const std::pair<std::string, int> cases[] = {
-        {gdal("geotiff-le-grey-7x5.tif"), 1}, {gdal("geotiff-be-grey-7x5.tif"), 1},
+        {made("geotiff-le-grey-7x5.tif"), 1}, {made("geotiff-be-grey-7x5.tif"), 1},
         {std::string("II\x00\x2A", 4), 1}, {std::string("MM\x2A\x00", 4), 1},  // either magic in either order
         {std::string("IM\x2A\x00", 4), 0}, {std::string("II\x2B\x00", 4), 0},  // BigTIFF is not this test's
         {"II*", 0}, {"", 0}};

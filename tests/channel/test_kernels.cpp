@@ -196,12 +196,8 @@ TEST(ResampleKernels, ColumnMapPicksAndWidens) {
 }
 
 TEST(KernelSelection, DepthExternalRecordsAndDirectResampling) {
-    const struct {
-        int depth, type, direct;
-        bool external, multi;
-        ImageKernelFunc lookup, index, resample;
-        int row_resampled;
-    } cases[] = {
+    const struct { int depth, type, direct; bool external, multi; ImageKernelFunc lookup, index, resample;
+                   int row_resampled; } cases[] = {
         {1, 2, 0, false, false, LookupNoOp, IndexNoOp, Resample8BitBuf, 0},
         {12, 2, 0, false, false, LookupNoOp, IndexNoOp, Resample16BitBuf, 0},
         {24, 2, 0, false, false, LookupNoOp, IndexNoOp, Resample32BitBuf, 0},

@@ -14,10 +14,8 @@ namespace {
 const char* const kAbsent = "/nonexistent/tarn/raster.img";
 
 TEST(ImageProperties, AnswersByTypeCode) {
-    const struct {
-        int type;
-        int bands, depth;  // -1: fails; info and extent fail for all of these
-    } cases[] = {
+    // bands, depth -1: fails; info and extent fail for all of these.
+    const struct { int type, bands, depth; } cases[] = {
         {0, -1, -1}, {7, -1, -1}, {12, -1, -1}, {100, -1, -1}, {-1000, -1, -1},
         // Fixed answers that need no file; ADRG and GRASS report no size.
         {1, 1, 1}, {4, 1, -1}, {5, 1, 16}, {6, 1, 32}, {13, 3, 8},

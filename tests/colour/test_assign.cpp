@@ -71,12 +71,7 @@ TEST(ColourAssignment, ThreeBandsDitherThroughThePlanes) {
 }
 
 TEST(ColourAssignment, EmptyColormapsGetGreyRamps) {
-    const struct {
-        int type, depth, ncolors;
-        float step;
-        int index;
-        uint32_t colour;
-    } cases[] = {
+    const struct { int type, depth, ncolors; float step; int index; uint32_t colour; } cases[] = {
         {2, 1, 2, 0.0f, 0, 0xFFFFFF},       // bi-level: 0 is white
         {2, 1, 2, 0.0f, 1, 0x000000},       // and 1 is black
         {8, 4, 16, 17.0f, 1, 0x111111},

@@ -29,10 +29,8 @@ uint32_t* table_of(std::initializer_list<uint32_t> values) {
 }
 
 TEST(Colormap, CreateSizesAndPlacesPixelColours) {
-    const struct {
-        int count, low, first;
-        int ncolors, high;
-    } cases[] = {{10, 5, 2, 12, 14}, {256, 0, 0, 256, 255}, {1, -3, 1, 2, -3}};
+    const struct { int count, low, first, ncolors, high; } cases[] = {
+        {10, 5, 2, 12, 14}, {256, 0, 0, 256, 255}, {1, -3, 1, 2, -3}};
     for (const auto& c : cases) {
         MapPtr map(create_colormap("pal", c.count, c.low, 0, 1, c.first), free_colormap);
         ASSERT_TRUE(map);
@@ -120,9 +118,7 @@ TEST(Colormap, CopiesAndReplacementsOwnTheirArrays) {
 }
 
 // Python's colorsys.rgb_to_hsv and hsv_to_rgb in double, everything in 0..1.
-struct Triple {
-    double a, b, c;
-};
+struct Triple { double a, b, c; };
 Triple colorsys_rgb_to_hsv(double r, double g, double b) {
     double maxc = fmax(r, fmax(g, b)), minc = fmin(r, fmin(g, b)), range = maxc - minc;
     if (range == 0.0) return {0.0, 0.0, maxc};

@@ -63,12 +63,10 @@ TEST(GreyDither, PatternsClampsAndStraightRemap) {
     }
     for (int k = 0; k < 16; ++k) EXPECT_TRUE(opt0dither[k] == 0 && opt8dither[k] == 8 * base[k]) << k;
 
-    const struct {
-        void (*member)(Image*, int);
-        uint32_t expected;  // 200 + pattern entry 0, shifted
-    } members[] = {{graydither_to_1_bits, (200 + 56) > 255 ? 1u : 0u}, {graydither_to_2_bits, (200 + 28) >> 6},
-                   {graydither_to_3_bits, (200 + 14) >> 5},            {graydither_to_4_bits, (200 + 7) >> 4},
-                   {graydither_to_8_bits, 200}};
+    // 200 plus pattern entry 0, shifted.
+    const struct { void (*member)(Image*, int); uint32_t expected; } members[] = {
+        {graydither_to_1_bits, (200 + 56) > 255 ? 1u : 0u}, {graydither_to_2_bits, (200 + 28) >> 6},
+        {graydither_to_3_bits, (200 + 14) >> 5}, {graydither_to_4_bits, (200 + 7) >> 4}, {graydither_to_8_bits, 200}};
     row.image.grow[0] = 200;
     for (const auto& m : members) {
         m.member(&row.image, 0);
@@ -89,12 +87,8 @@ TEST(GreyDither, PatternsClampsAndStraightRemap) {
 TEST(ColourDither, CubeIndexOfEachMember) {
     // One pixel at row 1, column 3: pattern entry 13, -2 in opt1dither.
     const int r = 0xB7, g = 0x5A, b = 0xE3;
-    const struct {
-        void (*colour)(Image*, int);
-        void (*multi)(Image*, int);
-        void (*packed)(Image*, int);
-        int bits[3];
-    } members[] = {
+    using Member = void (*)(Image*, int);
+    const struct { Member colour, multi, packed; int bits[3]; } members[] = {
         {colordither_to_110_bits, multicolordither_to_110_bits, truecolordither_to_110_bits, {1, 1, 0}},
         {colordither_to_111_bits, multicolordither_to_111_bits, truecolordither_to_111_bits, {1, 1, 1}},
         {colordither_to_211_bits, multicolordither_to_211_bits, truecolordither_to_211_bits, {2, 1, 1}},

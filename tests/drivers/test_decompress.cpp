@@ -149,12 +149,8 @@ TEST(UnPackBits, Cases) {
                          0x2A, 0x22, 0xF7, 0xAA};
     const Bytes apple_out = {0xAA, 0xAA, 0xAA, 0x80, 0x00, 0x2A, 0xAA, 0xAA, 0xAA, 0xAA, 0x80, 0x00,
                              0x2A, 0x22, 0xAA, 0xAA, 0xAA, 0xAA, 0xAA, 0xAA, 0xAA, 0xAA, 0xAA, 0xAA};
-    const struct {
-        const char* what;
-        Bytes input;
-        int out_size, result;
-        Bytes written;  // the bytes the output must start with
-    } cases[] = {
+    // `written`: the bytes the output must start with.
+    const struct { const char* what; Bytes input; int out_size, result; Bytes written; } cases[] = {
         {"Apple's example", apple, 24, 0, apple_out},
         {"-128 is skipped", {0x80, 0x01, 0x05, 0x06}, 2, 0, {0x05, 0x06}},
         {"final run does not fit", apple, 20, -1, Bytes(apple_out.begin(), apple_out.begin() + 14)},

@@ -106,10 +106,7 @@ TEST(SunRasterChannel, RowsEqualTheReferenceDecodePixelForPixel) {
 // Windows narrower than the image, rows read in increasing order with gaps;
 // one band of a true-colour file (out of range: the first).
 TEST(SunRasterWindow, WindowRowsEqualTheReferenceWindow) {
-    const struct {
-        const char* name;
-        int band, first_col, last_col, first_row, step;
-    } cases[] = {
+    const struct { const char* name; int band, first_col, last_col, first_row, step; } cases[] = {
         {"std-grey-8bit-38x6", 1, 3, 20, 1, 2},  {"rle-grey-8bit-38x6", 1, 30, 37, 0, 1},
         {"rle-palette-8bit-37x5", 1, 10, 30, 1, 3}, {"rle-rgb-24bit-29x15", 3, 1, 27, 0, 4},
         {"rle-rgb-32bit-13x7", 7, 4, 9, 3, 1},   {"std-bw-1bit-70x6", 1, 8, 47, 1, 1},
@@ -142,14 +139,9 @@ using tarntest::kFromData;
 using tarntest::sun_raster;
 
 TEST(SunRasterRunDecoder, Rules) {
-    const struct {
-        const char* what;
-        Bytes stream;
-        int width, height;
-        int first_col, last_col;
-        std::vector<int> rows;
-        Bytes want;
-    } cases[] = {
+    // No rows given: all of them.
+    const struct { const char* what; Bytes stream; int width, height, first_col, last_col; std::vector<int> rows;
+                   Bytes want; } cases[] = {
         {"literals", {1, 2, 3, 4}, 2, 2, 0, -1, {}, {1, 2, 3, 4}},
         {"128,0 is one byte 128", {128, 0, 5, 128, 0, 6}, 2, 2, 0, -1, {}, {128, 5, 128, 6}},
         {"a run of n+1 bytes", {128, 3, 9}, 2, 2, 0, -1, {}, {9, 9, 9, 9}},
@@ -173,7 +165,7 @@ TEST(SunRasterRunDecoder, Rules) {
         ASSERT_EQ(im.open(dir.write("a.ras", sun_raster(c.width, c.height, 8, 2, c.stream)), 1), 1);
         ASSERT_TRUE(im.map(c.first_col, c.last_col < 0 ? c.width - 1 : c.last_col, 0, c.height - 1));
         std::vector<int> rows = c.rows;
-        if (rows.empty())  // none given: all
+        if (rows.empty())
             for (int y = 0; y < c.height; ++y) rows.push_back(y);
         Bytes got;
         for (int y : rows) {
@@ -187,13 +179,8 @@ TEST(SunRasterRunDecoder, Rules) {
 // ---- Broken files ----------------------------------------------------------
 
 TEST(SunRasterBroken, EachGivesItsFailureCleanly) {
-    const struct {
-        const char* what;
-        Bytes file;
-        int info;               // of get_image_info and the other property queries
-        int open;               // of open_image_channel
-        std::vector<int> rows;  // expected get_image_row result of each row, in order
-    } cases[] = {
+    // The result of the property queries, of open_image_channel, of get_image_row for each row in order.
+    const struct { const char* what; Bytes file; int info, open; std::vector<int> rows; } cases[] = {
         {"run-encoded file cut short", sun_raster(4, 3, 8, 2, {1, 2, 3, 4, 128, 3, 7, 9}), 1, 1, {1, 1, -1}},
         {"run value missing at the end", sun_raster(2, 2, 8, 2, {1, 2, 128, 5}), 1, 1, {1, -1}},
         {"run past the end of the last row", sun_raster(2, 2, 8, 2, {1, 2, 128, 9, 7}), 1, 1, {1, -1}},
@@ -241,11 +228,7 @@ TEST(SunRasterBroken, EachGivesItsFailureCleanly) {
 
 TEST(SunRasterMultiOpen, RefusalsAndLengthFromTheFileSize) {
     tarntest::TempDir dir;
-    const struct {
-        const char* what;
-        Bytes file;
-        int r, g, b;
-    } cases[] = {
+    const struct { const char* what; Bytes file; int r, g, b; } cases[] = {
         {"8-bit file", sun_raster(2, 2, 8, 1, Bytes(4)), 1, 2, 3},
         {"band 0", sun_raster(2, 2, 24, 1, Bytes(12)), 0, 2, 3},
         {"band 4", sun_raster(2, 2, 24, 1, Bytes(12)), 1, 4, 3},
@@ -283,12 +266,7 @@ TEST(SunRasterSamples, OpenOrFailAsDescribed) {
     // the decoded size, so its hash comes from a separate decode in Python
     // (bit 1 is black). 32bpp.ras is read with the pad byte first, as
     // rasttopnm reads it. Hash 0: no rows are read.
-    const struct {
-        const char* name;
-        int rows, columns, bands, depth;
-        int opens;
-        uint32_t hash;
-    } samples[] = {
+    const struct { const char* name; int rows, columns, bands, depth; int opens; uint32_t hash; } samples[] = {
         {"hopper.ras", 128, 128, 3, 8, 1, 0},  // encoding 3: opens, no rows
         {"sunraster.im1", 400, 640, 1, 1, 1, 0x78096610u},
         {"gray.ras", 768, 1024, 1, 8, 1, 0x0a247a77u},

@@ -39,10 +39,7 @@ TEST(ImageObject, CompanionFilesWorldFilesAndShortNamesAreNeverValid) {
 }
 
 TEST(ImageObject, ClipRectangleClamps) {
-    const struct {
-        long x, y, w, h;
-        long ex, ey, ew, eh;
-    } cases[] = {
+    const struct { long x, y, w, h; long ex, ey, ew, eh; } cases[] = {
         {-10, -10, 50, 50, 0, 0, 50, 50},  // the size is not shortened by the shift
         {90, 90, 50, 50, 90, 90, 10, 10},
         {200, 0, 50, 50, 200, 0, 0, 50},
@@ -56,8 +53,7 @@ TEST(ImageObject, ClipRectangleClamps) {
         long x, y, w, h, bw, bh;
         image.getResultRect(&x, &y, &w, &h);
         image.getBlockSize(&bw, &bh);
-        EXPECT_EQ((std::vector<long>{x, y, w, h, bw, bh}), (std::vector<long>{c.ex, c.ey, c.ew, c.eh, c.ew, c.eh}))
-            << c.x << "," << c.y;
+        EXPECT_EQ((std::vector<long>{x, y, w, h, bw, bh}), (std::vector<long>{c.ex, c.ey, c.ew, c.eh, c.ew, c.eh}));
     }
 }
 

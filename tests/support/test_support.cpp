@@ -96,8 +96,10 @@ Pnm read_pnm(const std::string& path) {
     std::vector<unsigned char> bytes((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
     if (bytes.size() < stride * pnm.height) return Pnm();
     for (size_t y = 0; y < size_t(pnm.height); ++y)
-        for (size_t x = 0; x < (pnm.bitmap ? size_t(pnm.width) : stride); ++x)
-            pnm.samples.push_back(pnm.bitmap ? (bytes[y * stride + x / 8] >> (7 - x % 8)) & 1 : bytes[y * stride + x]);
+        for (size_t x = 0; x < (pnm.bitmap ? size_t(pnm.width) : stride); ++x) {
+            const unsigned char byte = bytes[y * stride + (pnm.bitmap ? x / 8 : x)];
+            pnm.samples.push_back(pnm.bitmap ? (byte >> (7 - x % 8)) & 1 : byte);
+        }
     return pnm;
 }
 
