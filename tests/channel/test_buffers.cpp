@@ -122,7 +122,6 @@ TEST(Buffers, GraphicRowsBySizeMode) {
 }
 
 TEST(DisplayBuffer, HeightsByModeAndReplacedRowIndex) {
-    // The answers of an image object as owner: tests/objects/unit_bitmap_shim.cpp.
     Record r;
     r.image.out_cols = 10;
     ASSERT_EQ(allocate_display_buffer(nullptr, &r.image, 0, 0), 1);

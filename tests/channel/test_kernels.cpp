@@ -51,15 +51,7 @@ void put(T* target, const Row& values) {
 }
 
 template <typename T>
-Row got(const T* source, int count) {
-    return Row(source, source + count);
-}
-
-float float_of(uint32_t bits) {
-    float value;
-    memcpy(&value, &bits, sizeof value);
-    return value;
-}
+Row got(const T* source, int count) { return Row(source, source + count); }
 
 TEST(ScaleKernels, SingleBandWrapsToTheLowByte) {
     KernelImage k(16, 1, "i");
@@ -102,7 +94,9 @@ TEST(ScaleKernels, MultiBandColumnsWalkTheRecordWords) {
     Scale16BitMultibuf(&k.image);
     for (int c = 0; c < 70; ++c) {
         uint32_t minimum = scale_record_word(&k.image, c);
-        float scale = float_of(scale_record_word(&k.image, c + 6));
+        const uint32_t bits = scale_record_word(&k.image, c + 6);
+        float scale;
+        memcpy(&scale, &bits, sizeof scale);
         long double product = static_cast<long double>(static_cast<int32_t>(100 + c - minimum)) *
                               static_cast<long double>(scale);
         EXPECT_EQ(k.image.mrow16[0][c], static_cast<uint16_t>(static_cast<int64_t>(product) & 255)) << c;

@@ -1,7 +1,5 @@
-// Sun raster driver: files written by netpbm's pnmtorast (and a few written
-// by tests/data/make_sunraster.sh itself), compared with what netpbm's
-// rasttopnm decodes from the same files; the run decoder's rules on
-// hand-made streams; broken files.
+// Sun raster driver: files written by pnmtorast (a few by make_sunraster.sh) against
+// rasttopnm's decode; the run decoder's rules on hand-made streams; broken files.
 
 #include <gtest/gtest.h>
 
@@ -58,7 +56,6 @@ struct OpenImage {
         initialize_row_IO(&image);
         return (multi ? allocate_multi_internal_buffers(&image) : allocate_internal_buffers(&image)) == 1;
     }
-    bool map_all() { return map(0, image.columns - 1, 0, image.rows - 1); }
 };
 
 // The properties, and every row through the channel interface mapped
@@ -249,7 +246,7 @@ TEST(SunRasterMultiOpen, RefusalsAndLengthFromTheFileSize) {
     SunHeader header;
     ASSERT_EQ(rdhdr_SUN(&im.image, &header, nullptr), 0);
     EXPECT_EQ(header.length, 12);
-    ASSERT_TRUE(im.map_all());
+    ASSERT_TRUE(im.map(0, 1, 0, 1));
     ASSERT_EQ(im.image.get_row(&im.image, 1), 0);
     EXPECT_EQ(im.image.mrow32[0][0], 9u);  // blue, green, red in the file
     EXPECT_EQ(im.image.mrow32[2][1], 10u);
@@ -261,11 +258,9 @@ TEST(SunRasterSamples, OpenOrFailAsDescribed) {
     if (!tarntest::samples_present()) {
         GTEST_SKIP() << "no shared sample folder";
     }
-    // Hashes (FNV-1a of the samples in row order) of rasttopnm's decode,
-    // except sunraster.im1: rasttopnm refuses it, since its length word gives
-    // the decoded size, so its hash comes from a separate decode in Python
-    // (bit 1 is black). 32bpp.ras is read with the pad byte first, as
-    // rasttopnm reads it. Hash 0: no rows are read.
+    // FNV-1a hashes of rasttopnm's decode in row order (0: no rows are read). rasttopnm
+    // refuses sunraster.im1, whose length word is the decoded size: that hash comes from
+    // a decode in Python (bit 1 black). 32bpp.ras has its pad byte first, as rasttopnm reads it.
     const struct { const char* name; int rows, columns, bands, depth; int opens; uint32_t hash; } samples[] = {
         {"hopper.ras", 128, 128, 3, 8, 1, 0},  // encoding 3: opens, no rows
         {"sunraster.im1", 400, 640, 1, 1, 1, 0x78096610u},

@@ -1,6 +1,5 @@
-// A host connects to a directory of pnmtorast outputs: each is admitted as a
-// Sun raster with the size of netpbm's reference decode and the bands and
-// depth its name gives.
+// A host connects to a directory of pnmtorast outputs: each is admitted as a Sun
+// raster with the size of netpbm's decode and the bands and depth its name gives.
 
 #include <gtest/gtest.h>
 #include <tarnimage/tarnimage.h>

@@ -14,7 +14,6 @@ struct CIImageImplTestAccess {
         image.m_valid = 1;
         image.m_width = width;
         image.m_height = height;
-        image.m_bandCount = 1;
     }
 };
 

