@@ -30,12 +30,10 @@ struct Record {
     }
     Ints col_map() const { return Ints(image.col_map, image.col_map + image.out_cols); }
     Ints window() const {
-        return {image.first_col, image.last_col, image.first_row,
-                image.last_row,  image.win_cols, image.win_rows};
+        return {image.first_col, image.last_col, image.first_row, image.last_row, image.win_cols, image.win_rows};
     }
     Ints bytes() const {
-        return {image.first_byte, image.first_bit, image.last_byte,
-                image.last_bit,   image.win_bytes, image.win_longs};
+        return {image.first_byte, image.first_bit, image.last_byte, image.last_bit, image.win_bytes, image.win_longs};
     }
     Ints output() const { return {image.out_x, image.out_last_x, image.out_cols, image.out_rows}; }
 };

@@ -48,7 +48,7 @@ struct DitherRow {
 
 void identity(int i, uint8_t& r, uint8_t& g, uint8_t& b) { r = g = b = static_cast<uint8_t>(i); }
 
-TEST(GreyDither, PatternsClampsAndStraightRemap) {
+TEST(GreyDither, PatternsMembersAndStraightRemap) {
     const int32_t base[16] = {7, 0, -5, -4, -6, -3, 6, 1, 4, 3, -8, -1, -7, -2, 5, 2};
     DitherRow row(12);
     row.colormap(256, identity);

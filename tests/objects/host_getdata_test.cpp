@@ -100,6 +100,10 @@ TEST(HostGetData, ClipAtScalesOneTwoAndOneHalf) {
                   (std::vector<long>{c.x, c.y, c.size, c.size})) << c.scale;
         EXPECT_TRUE(matches(block, ref, 3, 4, c.scale)) << c.scale;
     }
+    host.image()->setClipRect(0, 0, 29, 15);  // a full clip below scale 1: rows wider than the image's
+    Block whole = host.read();
+    EXPECT_EQ(whole.width, 58);
+    EXPECT_TRUE(matches(whole, ref, 0, 0, 0.5));
 }
 
 TEST(HostGetData, EmptyClipRepeatedReadsAndHasMore) {
