@@ -109,12 +109,7 @@ void CIImageImpl::Open(const CTarnUString& path) {
                 int read = tarn_read_world_file(file, transform);
                 tarn_fclose(file);
                 if (read) {
-                    m_geoReference[0] = transform[0];
-                    m_geoReference[1] = transform[2];
-                    m_geoReference[2] = transform[4];
-                    m_geoReference[3] = transform[1];
-                    m_geoReference[4] = transform[3];
-                    m_geoReference[5] = transform[5];
+                    storeGeoReference(transform);
                     return;
                 }
             }
@@ -178,15 +173,17 @@ bool CIImageImpl::isGeoReferenced() {
             m_geoValid = 0;
         } else {
             m_geoValid = 1;
-            m_geoReference[0] = t[0];
-            m_geoReference[1] = t[2];
-            m_geoReference[2] = t[4];
-            m_geoReference[3] = t[1];
-            m_geoReference[4] = t[3];
-            m_geoReference[5] = t[5];
+            storeGeoReference(t);
         }
     }
     return m_geoValid != 0;
+}
+
+// A transform (xscale, yskew, xskew, yscale, xorigin, yorigin) is kept as the
+// coefficients of x = a*col + b*row + c and y = d*col + e*row + f.
+void CIImageImpl::storeGeoReference(const double t[6]) {
+    const int order[6] = {0, 2, 4, 1, 3, 5};
+    for (int i = 0; i < 6; ++i) m_geoReference[i] = t[order[i]];
 }
 
 void CIImageImpl::getGeoReference(double* a, double* b, double* c, double* d, double* e,

@@ -88,6 +88,7 @@ public:
 private:
     friend struct CIImageImplTestAccess;
     void initialise();
+    void storeGeoReference(const double transform[6]);
     void destroy();
     int closeStream();
 
