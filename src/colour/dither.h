@@ -16,36 +16,18 @@ TARN_BEGIN_C
 
 /* General members: the pattern table, mask and shift of red, green and blue.
  * Members without a 2 shift every band right; with a 2, red goes left. */
-void colordither(Image* image, int row, const int32_t* red_pattern, const int32_t* green_pattern,
-                 const int32_t* blue_pattern, uint32_t red_mask, uint32_t green_mask,
-                 uint32_t blue_mask, int red_shift, int green_shift, int blue_shift);
-void colordither2(Image* image, int row, const int32_t* red_pattern, const int32_t* green_pattern,
-                  const int32_t* blue_pattern, uint32_t red_mask, uint32_t green_mask,
-                  uint32_t blue_mask, int red_shift, int green_shift, int blue_shift);
-void multicolordither(Image* image, int row, const int32_t* red_pattern,
-                      const int32_t* green_pattern, const int32_t* blue_pattern, uint32_t red_mask,
-                      uint32_t green_mask, uint32_t blue_mask, int red_shift, int green_shift,
-                      int blue_shift);
-void multicolordither2(Image* image, int row, const int32_t* red_pattern,
-                       const int32_t* green_pattern, const int32_t* blue_pattern, uint32_t red_mask,
-                       uint32_t green_mask, uint32_t blue_mask, int red_shift, int green_shift,
-                       int blue_shift);
-void truecolordither(Image* image, int row, const int32_t* red_pattern,
-                     const int32_t* green_pattern, const int32_t* blue_pattern, uint32_t red_mask,
-                     uint32_t green_mask, uint32_t blue_mask, int red_shift, int green_shift,
-                     int blue_shift);
-void truecolordither2(Image* image, int row, const int32_t* red_pattern,
-                      const int32_t* green_pattern, const int32_t* blue_pattern, uint32_t red_mask,
-                      uint32_t green_mask, uint32_t blue_mask, int red_shift, int green_shift,
-                      int blue_shift);
-void truecolordither_cmap(Image* image, int row, const int32_t* red_pattern,
-                          const int32_t* green_pattern, const int32_t* blue_pattern,
-                          uint32_t red_mask, uint32_t green_mask, uint32_t blue_mask, int red_shift,
-                          int green_shift, int blue_shift);
-void truecolordither2_cmap(Image* image, int row, const int32_t* red_pattern,
-                           const int32_t* green_pattern, const int32_t* blue_pattern,
-                           uint32_t red_mask, uint32_t green_mask, uint32_t blue_mask,
-                           int red_shift, int green_shift, int blue_shift);
+typedef void GeneralDitherMember(Image* image, int row, const int32_t* red_pattern,
+                                 const int32_t* green_pattern, const int32_t* blue_pattern,
+                                 uint32_t red_mask, uint32_t green_mask, uint32_t blue_mask,
+                                 int red_shift, int green_shift, int blue_shift);
+GeneralDitherMember colordither;
+GeneralDitherMember colordither2;
+GeneralDitherMember multicolordither;
+GeneralDitherMember multicolordither2;
+GeneralDitherMember truecolordither;
+GeneralDitherMember truecolordither2;
+GeneralDitherMember truecolordither_cmap;
+GeneralDitherMember truecolordither2_cmap;
 void graydither(Image* image, int row, const int32_t* pattern, int shift);
 
 void graydither_to_1_bits(Image* image, int row);
