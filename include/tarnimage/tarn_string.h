@@ -2,7 +2,6 @@
 #define TARNIMAGE_TARN_STRING_H
 
 #include <tarnimage/export.h>
-#include <unicode/unistr.h>
 #include <string>
 
 /* A Unicode string that speaks UTF-8 at its edges. A string may be "bogus"
@@ -22,7 +21,7 @@ public:
     void setToBogus();
     bool isEmpty() const;                   /* empty or bogus */
     long length() const;                    /* UTF-16 code units */
-    UChar charAt(long index) const;         /* 0xFFFF outside the string */
+    char16_t charAt(long index) const;      /* 0xFFFF outside the string */
 
     bool isEqualTo(const CTarnUString& other) const;
     bool isEqualTo(const char* utf8) const;
@@ -49,10 +48,12 @@ public:
     CTarnUString& correctPath();
     CTarnUString& subtractPath();
 
-    const icu::UnicodeString& unicode() const { return m_string; }
-
 private:
-    icu::UnicodeString m_string;
+    friend struct CTarnUStringAccess;
+
+    /* The string's state lives here, built in place by the library, so that a
+     * host compiles without the Unicode library's headers. */
+    alignas(void*) unsigned char m_storage[64];
 };
 
 /* Kept for the older interfaces that take an 8-bit string. */

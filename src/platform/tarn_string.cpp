@@ -1,4 +1,4 @@
-#include <tarnimage/tarn_string.h>
+#include "platform/tarn_string_icu.h"
 
 #include <climits>
 #include <cstdlib>
@@ -34,77 +34,87 @@ char* heap_copy(const std::string& bytes) {
     return buffer;
 }
 
+icu::UnicodeString& us(CTarnUString& s) { return CTarnUStringAccess::unicode(s); }
+const icu::UnicodeString& us(const CTarnUString& s) { return CTarnUStringAccess::unicode(s); }
+
 }  // namespace
 
-CTarnUString::CTarnUString() {}
+CTarnUString::CTarnUString() { new (m_storage) icu::UnicodeString(); }
 
 CTarnUString::CTarnUString(const char* utf8) {
-    if (utf8) m_string = from_utf8(utf8, std::strlen(utf8));
-    else m_string.setToBogus();
+    icu::UnicodeString* s = new (m_storage) icu::UnicodeString();
+    if (utf8) *s = from_utf8(utf8, std::strlen(utf8));
+    else s->setToBogus();
 }
 
 CTarnUString::CTarnUString(const char* utf8, long length) {
-    if (!utf8) m_string.setToBogus();
-    else m_string = from_utf8(utf8, length < 0 ? std::strlen(utf8) : static_cast<size_t>(length));
+    icu::UnicodeString* s = new (m_storage) icu::UnicodeString();
+    if (!utf8) s->setToBogus();
+    else *s = from_utf8(utf8, length < 0 ? std::strlen(utf8) : static_cast<size_t>(length));
 }
 
-CTarnUString::CTarnUString(const std::string& utf8) : m_string(from_utf8(utf8.data(), utf8.size())) {}
+CTarnUString::CTarnUString(const std::string& utf8) {
+    new (m_storage) icu::UnicodeString(from_utf8(utf8.data(), utf8.size()));
+}
 
-CTarnUString::CTarnUString(const CTarnUString& other) : m_string(other.m_string) {}
+CTarnUString::CTarnUString(const CTarnUString& other) { new (m_storage) icu::UnicodeString(us(other)); }
 
 CTarnUString& CTarnUString::operator=(const CTarnUString& other) {
-    m_string = other.m_string;
+    us(*this) = us(other);
     return *this;
 }
 
-CTarnUString::~CTarnUString() {}
+CTarnUString::~CTarnUString() { us(*this).~UnicodeString(); }
 
-bool CTarnUString::isBogus() const { return m_string.isBogus(); }
-void CTarnUString::setToBogus() { m_string.setToBogus(); }
-bool CTarnUString::isEmpty() const { return m_string.isBogus() || m_string.isEmpty(); }
-long CTarnUString::length() const { return m_string.length(); }
+bool CTarnUString::isBogus() const { return us(*this).isBogus(); }
+void CTarnUString::setToBogus() { us(*this).setToBogus(); }
+bool CTarnUString::isEmpty() const { return us(*this).isBogus() || us(*this).isEmpty(); }
+long CTarnUString::length() const { return us(*this).length(); }
 
-UChar CTarnUString::charAt(long index) const {
-    if (index < 0 || index >= m_string.length()) return 0xFFFF;
-    return m_string.charAt(static_cast<int32_t>(index));
+char16_t CTarnUString::charAt(long index) const {
+    if (index < 0 || index >= us(*this).length()) return 0xFFFF;
+    return us(*this).charAt(static_cast<int32_t>(index));
 }
 
 bool CTarnUString::isEqualTo(const CTarnUString& other) const {
-    if (m_string.isBogus() || other.m_string.isBogus())
-        return m_string.isBogus() && other.m_string.isBogus();
-    return m_string == other.m_string;
+    const icu::UnicodeString& self = us(*this);
+    if (self.isBogus() || us(other).isBogus())
+        return self.isBogus() && us(other).isBogus();
+    return self == us(other);
 }
 
 bool CTarnUString::isEqualTo(const char* utf8) const { return isEqualTo(CTarnUString(utf8)); }
 
 CTarnUString& CTarnUString::append(const CTarnUString& other) {
-    if (other.m_string.isBogus()) return *this;
-    if (m_string.isBogus()) m_string.remove();  // a bogus string takes no appends; start empty
-    m_string.append(other.m_string);
+    icu::UnicodeString& self = us(*this);
+    if (us(other).isBogus()) return *this;
+    if (self.isBogus()) self.remove();  // a bogus string takes no appends; start empty
+    self.append(us(other));
     return *this;
 }
 
 CTarnUString& CTarnUString::append(const char* utf8) { return append(CTarnUString(utf8)); }
 
 CTarnUString CTarnUString::right(long count) const {
+    const icu::UnicodeString& self = us(*this);
     CTarnUString result;
-    if (m_string.isBogus()) {
+    if (self.isBogus()) {
         result.setToBogus();
     } else if (count > 0) {
-        int32_t n = count >= m_string.length() ? m_string.length() : static_cast<int32_t>(count);
-        result.m_string.setTo(m_string, m_string.length() - n);
+        int32_t n = count >= self.length() ? self.length() : static_cast<int32_t>(count);
+        us(result).setTo(self, self.length() - n);
     }
     return result;
 }
 
 bool CTarnUString::endsWith(const char* utf8) const {
-    if (!utf8 || m_string.isBogus()) return false;
-    return m_string.endsWith(from_utf8(utf8, std::strlen(utf8)));
+    if (!utf8 || us(*this).isBogus()) return false;
+    return us(*this).endsWith(from_utf8(utf8, std::strlen(utf8)));
 }
 
 std::string CTarnUString::toUTF8() const {
     std::string out;
-    if (!m_string.isBogus()) m_string.toUTF8String(out);
+    if (!us(*this).isBogus()) us(*this).toUTF8String(out);
     return out;
 }
 
@@ -129,36 +139,39 @@ long CTarnUString::extractUTF8(char* target, long size) const {
 }
 
 CTarnUString& CTarnUString::addFile(const CTarnUString& component) {
+    icu::UnicodeString& self = us(*this);
     if (component.isEmpty()) return *this;
     if (isEmpty()) return *this = component;
-    int32_t keep = m_string.length() - trailing_separators(m_string);
-    m_string.truncate(keep);  // "/" becomes "", which the separator below restores
-    const icu::UnicodeString& tail = component.m_string;
+    int32_t keep = self.length() - trailing_separators(self);
+    self.truncate(keep);  // "/" becomes "", which the separator below restores
+    const icu::UnicodeString& tail = us(component);
     int32_t skip = leading_separators(tail);
-    m_string.append(kSeparator);
-    m_string.append(tail, skip, tail.length() - skip);
+    self.append(kSeparator);
+    self.append(tail, skip, tail.length() - skip);
     return *this;
 }
 
 CTarnUString& CTarnUString::correctPath() {
-    if (m_string.isBogus()) return *this;
+    icu::UnicodeString& self = us(*this);
+    if (self.isBogus()) return *this;
     icu::UnicodeString out;
-    for (int32_t i = 0; i < m_string.length(); ++i) {
-        UChar c = m_string.charAt(i);
+    for (int32_t i = 0; i < self.length(); ++i) {
+        UChar c = self.charAt(i);
         if (c == u'\\') c = kSeparator;
         if (c == kSeparator && out.length() > 0 && out.charAt(out.length() - 1) == kSeparator) continue;
         out.append(c);
     }
     if (out.length() > 1 && out.charAt(out.length() - 1) == kSeparator) out.truncate(out.length() - 1);
-    m_string = out;
+    self = out;
     return *this;
 }
 
 CTarnUString& CTarnUString::subtractPath() {
-    if (m_string.isBogus()) return *this;
-    int32_t end = m_string.length() - trailing_separators(m_string);
+    icu::UnicodeString& self = us(*this);
+    if (self.isBogus()) return *this;
+    int32_t end = self.length() - trailing_separators(self);
     if (end == 0) return *this;  // "" stays "", and the root "/" names itself
-    int32_t start = m_string.lastIndexOf(kSeparator, 0, end) + 1;
-    m_string.setTo(icu::UnicodeString(m_string, start, end - start));
+    int32_t start = self.lastIndexOf(kSeparator, 0, end) + 1;
+    self.setTo(icu::UnicodeString(self, start, end - start));
     return *this;
 }

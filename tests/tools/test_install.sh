@@ -1,17 +1,55 @@
 #!/bin/sh
-# Installs the build into a scratch prefix, builds a host with
-# find_package(tarnimage) and runs it against an empty directory.
+# Installs the build into a scratch prefix, builds the README's host with
+# pkg-config and with find_package, runs both on a Sun raster, and runs the
+# installed tarnimage command without any library path set.
+# Usage: test_install.sh BUILD_DIR SOURCE_DIR HOST_FLAGS
 set -eu
 build="$1"; source="$2"; flags="$3"
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
-cmake --install "$build" --prefix "$work/prefix" >/dev/null
-cmake -S "$source/tests/install" -B "$work/host" -DCMAKE_PREFIX_PATH="$work/prefix" \
+fail() { echo "FAIL: $*"; exit 1; }
+
+# The host in the README is the one built here, word for word.
+readme_block() { # language: the first fenced block of it under the host section
+  awk -v lang="$1" '
+    /^## / { section = ($0 == "## Using the library from a host") }
+    section && !done && $0 == "```" lang { inside = 1; next }
+    inside && $0 == "```" { inside = 0; done = 1 }
+    inside { print }' "$source/README.md"
+}
+readme_block cpp | diff - "$source/tests/install/host.cpp" >/dev/null \
+  || fail "README's host code differs from tests/install/host.cpp"
+readme_block cmake | diff - "$source/tests/install/CMakeLists.txt" >/dev/null \
+  || fail "README's CMakeLists.txt differs from tests/install/CMakeLists.txt"
+
+prefix="$work/prefix"
+cmake --install "$build" --prefix "$prefix" >/dev/null
+
+# One netpbm-made fixture, and its first pixel from netpbm's own decode.
+name=std-rgb-24bit-29x15
+mkdir "$work/images"
+cp "$source/tests/data/sunraster/$name.ras" "$work/images/"
+pnm="$source/tests/data/sunraster/$name.pnm"
+first=$(tail -c +"$(( $(head -n 3 "$pnm" | wc -c) + 1 ))" "$pnm" | head -c 3 | od -An -tu1 | xargs)
+want="$name.ras 29x15 first pixel $first 255"
+
+# pkg-config finds the file under the prefix's library directory, whatever it is called.
+pcdir=$(dirname "$(find "$prefix" -name tarnimage.pc)")
+libdir=$(PKG_CONFIG_PATH="$pcdir" pkg-config --variable=libdir tarnimage)
+[ "$libdir" = "$(dirname "$pcdir")" ] || fail "pkg-config's libdir $libdir is not under $prefix"
+# shellcheck disable=SC2046
+g++ -std=c++17 $flags "$source/tests/install/host.cpp" -o "$work/host_pc" \
+    $(PKG_CONFIG_PATH="$pcdir" pkg-config --cflags --libs tarnimage) -Wl,-rpath,"$libdir"
+got=$("$work/host_pc" "$work/images")
+[ "$got" = "$want" ] || fail "pkg-config host printed '$got', wanted '$want'"
+
+cmake -S "$source/tests/install" -B "$work/host" -DCMAKE_PREFIX_PATH="$prefix" \
       -DCMAKE_CXX_FLAGS="$flags" -DCMAKE_EXE_LINKER_FLAGS="$flags" >/dev/null
 cmake --build "$work/host" >/dev/null
-mkdir "$work/empty"
-LD_LIBRARY_PATH="$work/prefix/lib:$work/prefix/lib64${LD_LIBRARY_PATH:+:$LD_LIBRARY_PATH}" \
-  "$work/host/install_host" "$work/empty"
-# The pkg-config file names the library and its headers.
-PKG_CONFIG_PATH="$work/prefix/lib/pkgconfig" pkg-config --libs tarnimage | grep -q -- -ltarnimage
+got=$("$work/host/host" "$work/images")
+[ "$got" = "$want" ] || fail "find_package host printed '$got', wanted '$want'"
+
+# The installed command runs on its own run path.
+got=$(env -u LD_LIBRARY_PATH "$prefix/bin/tarnimage" info "$work/images")
+echo "$got" | grep -q "^$name.ras  type 2 SUNRASTER  29x15 " || fail "installed tarnimage info printed '$got'"
 echo "install ok"
