@@ -7,9 +7,9 @@
 #include <stdlib.h>
 #include <string.h>
 
-#include "channel/alloc.h"
+#include "platform/alloc.h"
 #include "channel/clyr.h"
-#include "channel/report.h"
+#include "platform/report.h"
 #include "colour/colormap.h"
 #include <tarnimage/repack.h>
 

@@ -1,21 +1,20 @@
-// The Image record's life and the older channel interface.
+// The Image record's life and the flat channel interface. Every format
+// question is put to the driver table.
 
 #include "channel/channel.h"
 
 #include <stdlib.h>
 #include <string.h>
 
-#include "channel/alloc.h"
+#include "platform/alloc.h"
 #include "channel/buffers.h"
 #include "channel/clyr.h"
 #include "colour/colormap.h"
-#include "drivers/drivers.h"
-#include "udf/udf.h"
+#include "drivers/driver.h"
+#include "drivers/builtin/decompress.h"
 #include <tarnimage/tarn_file.h>
 
 namespace {
-
-constexpr int kFirstRegisteredType = 1000;
 
 // Repacks for the channel's get_image_row: widen every sample to 32 bits.
 template <typename T>
@@ -68,31 +67,10 @@ int image_open(Image* image, const char* name, int type, int band, int display, 
     reset_image(image);
     image->direct_resampling = (display == 1 || display == 4) ? 1 : 0;
     int result = -1;
-    if (type >= kFirstRegisteredType) {
-        result = open_UDF(image, name, band, display, type);
-    } else {
-        switch (type) {
-        case 1: result = open_IMPELL(image, name, display); break;
-        case 2: result = open_SUNRASTER(image, name, band, display); break;
-        case 3: result = open_ERDAS(image, name, band, display); break;
-        case 4: result = open_GRASS(image, name, display); break;
-        case 5: result = open_SVF(image, name, display); break;
-        case 6: result = open_LATTICE(image, name, display); break;
-        case 8:
-        case 9:
-        case 11: result = open_STANDARD(image, name, band, display, type); break;
-        case 10:
-            image_clyr_make(image);
-            result = open_GRID(image, name, band, display, lut_name, colormap_name);
-            break;
-        case 13:
-            image_clyr_make(image);
-            result = open_ADRG(image, name, band, display);
-            break;
-        case 14: result = open_BMP(image, name, band, display); break;
-        case 100: result = open_GRAFILE(image, band, display); break;
-        default: result = -1; break;  // 7 included: a TIFF has no single-band open here
-        }
+    const ImageDriver* driver = find_image_driver(type);
+    if (driver && driver->open) {
+        if (driver->flags & DRIVER_NEEDS_COMPANION) image_clyr_make(image);
+        result = driver->open(image, name, band, display, type, lut_name, colormap_name);
     }
     validate_colormap(&image->colormap);
     return result == -1 ? -1 : 1;
@@ -103,31 +81,11 @@ int multi_image_open(Image* image, const char* name, int type, int red, int gree
     reset_image(image);
     image->direct_resampling = (display == 1 || display == 4) ? 1 : 0;
     int result = -1;
-    if (type >= kFirstRegisteredType) {
-        result = open_multi_UDF(image, name, red, green, blue, display, type);
-    } else {
-        switch (type) {
-        case 2: result = open_multi_SUNRASTER(image, name, red, green, blue, display); break;
-        case 3: result = open_multi_ERDAS(image, name, red, green, blue, display); break;
-        case 4: result = open_multi_GRASS(image, name, red, green, blue, display); break;
-        case 7: result = open_multi_TIFF(image, name, red, green, blue, display); break;
-        case 8:
-        case 9:
-        case 11:
-            result = open_multi_STANDARD(image, name, red, green, blue, display, type);
-            break;
-        case 10:
-            image_clyr_make(image);
-            result = open_multi_GRID(image, name, red, green, blue, display, lut_name,
-                                     colormap_name);
-            break;
-        case 13:
-            image_clyr_make(image);
-            result = open_multi_ADRG(image, name, red, green, blue, display);
-            break;
-        case 14: result = open_multi_BMP(image, name, red, green, blue, display); break;
-        default: result = -1; break;
-        }
+    const ImageDriver* driver = find_image_driver(type);
+    if (driver && driver->open_multi) {
+        if (driver->flags & DRIVER_NEEDS_COMPANION) image_clyr_make(image);
+        result = driver->open_multi(image, name, red, green, blue, display, type, lut_name,
+                                    colormap_name);
     }
     validate_colormap(&image->colormap);
     return result == -1 ? -1 : 1;
@@ -141,32 +99,13 @@ static void free_companions(Image* image) {
 }
 
 // Closes the handle of whatever the record holds, once, and frees the
-// companion records. The multi-band form has no case for the formats that
-// have no multi-band open.
+// companion records. A driver without a close of its own has only the
+// record's file handle.
 static int close_files(Image* image, bool multi) {
-    int type = image->type;
-    if (!multi && type == 5) {
-        gcloseC(image->file2);
-        image->file2 = nullptr;
-    } else if (!multi && type == 6) {
-        int status = 0;
-        latclsC(image->file2, &status);
-        image->file2 = nullptr;
-    } else if (!multi && type == 100) {
-        get_graimg_end(image->file2, image->file_buffer);
-        image->file2 = nullptr;
-    } else if (type == 7) {
-        close_TIFF(image);
-    } else if (type == 10) {
-        if (multi) close_multi_GRID(image);
-        else close_GRID(image);
-    } else if (type == 13) {
-        close_ADRG(image);
-    } else if (type >= kFirstRegisteredType) {
-        close_UDF(image);
-    } else if (image->file) {
-        tarn_fclose(image->file);
-    }
+    const ImageDriver* driver = find_image_driver(image->type);
+    DriverImageFunc close = driver ? (multi ? driver->close_multi : driver->close) : nullptr;
+    if (close) close(image);
+    else if (image->file) tarn_fclose(image->file);
     // A handle is closed once: a second close finds nothing.
     image->file = nullptr;
     free_companions(image);
@@ -203,16 +142,8 @@ int setrd_off(Image* image) {
 Image* getrd_image(Image* image) { return image; }
 
 int clrrd_hdr(Image* image) {
-    switch (image->type) {
-    case 2: return clrrd_SUNRASTER_hdr(image);
-    case 7: return clrrd_TIFF_hdr(image);
-    case 8:
-    case 9:
-    case 11: return clrrd_STANDARD_hdr(image);
-    case 13: return clrrd_ADRG_hdr(image);
-    case 14: return clrrd_BMP_hdr(image);
-    default: return 1;
-    }
+    const ImageDriver* driver = find_image_driver(image->type);
+    return driver && driver->clear_header ? driver->clear_header(image) : 1;
 }
 
 int set_getrow_buffer_depth(Image* image) {
@@ -229,7 +160,8 @@ int initialize_StandardRow_IO(Image* image) {
 int initialize_row_IO(Image* image) {
     image->io_pos = image->io_mark = image->io_row = 0;
     initialize_StandardRow_IO(image);
-    if (image->type == 14) initialize_BMPRow_IO(image);
+    const ImageDriver* driver = find_image_driver(image->type);
+    if (driver && driver->init_row_io) driver->init_row_io(image);
     if (image->depth == 1) {
         set_g3_globals();
         set_g4_globals();
@@ -254,13 +186,13 @@ int set_image_direct_resampling_off(Image* image) {
 }
 
 int image_store_external_colormap(Image* image, void* colormap) {
-    if (image->type != 10) return -1;
-    return store_external_colormap_GRID(image, colormap);
+    const ImageDriver* driver = find_image_driver(image->type);
+    return driver && driver->store_colormap ? driver->store_colormap(image, colormap) : -1;
 }
 
 int image_store_external_lut(Image* image, void* lut) {
-    if (image->type != 10) return -1;
-    return store_external_lut_GRID(image, lut);
+    const ImageDriver* driver = find_image_driver(image->type);
+    return driver && driver->store_lut ? driver->store_lut(image, lut) : -1;
 }
 
 void set_window_bytes(Image* image) {
@@ -301,13 +233,8 @@ int image_row_map(Image* image, int type, int first_col, int last_col, int first
     set_window_bytes(image);
     image->col_map = nullptr;
 
-    if (type == 1) {
-        image->mirror_first_col = image->columns - last_col - 1;
-        image->mirror_last_col = image->columns - first_col - 1;
-    } else if (type == 10) {
-        if (grid_window_map(image, first_col, first_row, image->win_cols, image->win_rows) < 0)
-            return -1;
-    }
+    const ImageDriver* driver = find_image_driver(type);
+    if (driver && driver->map_window && driver->map_window(image) < 0) return -1;
     return 1;
 }
 
@@ -359,19 +286,13 @@ int switch_image_runio(Image* image, int mode) {
 }
 
 int image_setup_runio(Image* image) {
-    switch (image->type) {
-    case 7: return setup_runio_TIFF(image);
-    case 1: return setup_runio_IMPELL(image);
-    default: return -1;  // Sun raster (2) among them: it has no run mode
-    }
+    const ImageDriver* driver = find_image_driver(image->type);
+    return driver && driver->setup_runio ? driver->setup_runio(image) : -1;
 }
 
 int image_isok_runio(Image* image) {
-    switch (image->type) {
-    case 1: return isok_runio_IMPELL(image);
-    case 7: return isok_runio_TIFF(image);
-    default: return 0;
-    }
+    const ImageDriver* driver = find_image_driver(image->type);
+    return driver && driver->isok_runio ? driver->isok_runio(image) : 0;
 }
 
 int image_rows(Image* image) { return image->rd_on ? image->rows : -1; }
@@ -456,22 +377,13 @@ int get_image_row_runs(Image* image, int row, int a, int b, int c) {
 }
 
 int image_colors(Image* image) {
-    switch (image->rd_type) {
-    case 5: return 0;
-    case 1: return 2;
-    case 6: return 0;
-    default: break;
-    }
+    const ImageDriver* driver = find_image_driver(image->rd_type);
+    DriverColourForm form = driver ? driver->colour_form : COLOURS_PLAIN;
+    if (form == COLOURS_NONE) return 0;
+    if (form == COLOURS_BILEVEL) return 2;
     int count = image->colormap.ncolors;
     if (count == 0) return 0;
-    switch (image->rd_type) {
-    case 4: return count - 2;
-    case 8:
-    case 9:
-    case 10:
-    case 11: return count - 1;
-    default: return count;
-    }
+    return count - (driver ? driver->reserved_colours : 0);
 }
 
 static void copy_colours(const Colormap& map, int from, int count, uint8_t* red, uint8_t* green,
@@ -488,37 +400,31 @@ static void copy_colours(const Colormap& map, int from, int count, uint8_t* red,
 int get_image_colormap(Image* image, int* first, int* last, uint8_t* red, uint8_t* green,
                        uint8_t* blue) {
     const Colormap& map = image->colormap;
-    int type = image->rd_type;
-    if (type == 5 || type == 6) return -1;
-    if (type == 1) {
+    const ImageDriver* driver = find_image_driver(image->rd_type);
+    DriverColourForm form = driver ? driver->colour_form : COLOURS_PLAIN;
+    int skip = driver ? driver->colormap_skip : 0;
+    switch (form) {
+    case COLOURS_NONE: return -1;
+    case COLOURS_BILEVEL:
         *first = 0;
         *last = 1;
         red[0] = green[0] = blue[0] = 0;
         red[1] = green[1] = blue[1] = 255;
         return 1;
-    }
-    if (type == 4) {
-        // The GRASS shell keeps its colour range in its own record; it has none here.
+    case COLOURS_UNRANGED:
         *first = 0;
         *last = 0;
-        copy_colours(map, 2, map.ncolors - 2, red, green, blue);
-        return 1;
-    }
-    if (type == 8 || type == 9 || type == 11 || type >= kFirstRegisteredType) {
+        break;
+    case COLOURS_RANGED:
         *first = map.first;
         *last = map.high - map.low + map.first;
-        copy_colours(map, 0, map.ncolors, red, green, blue);
-        return 1;
+        break;
+    case COLOURS_PLAIN:
+        *first = 0;
+        *last = map.ncolors - 1;
+        break;
     }
-    if (type == 10) {
-        *first = map.first;
-        *last = map.high - map.low + map.first;
-        copy_colours(map, 1, map.ncolors - 1, red, green, blue);
-        return 1;
-    }
-    *first = 0;
-    *last = map.ncolors - 1;
-    copy_colours(map, 0, map.ncolors, red, green, blue);
+    copy_colours(map, skip, map.ncolors - skip, red, green, blue);
     return 1;
 }
 

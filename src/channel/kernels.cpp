@@ -7,7 +7,8 @@
 
 #include "colour/assign.h"
 #include "colour/colormap.h"
-#include "drivers/drivers.h"
+#include "drivers/builtin/decompress.h"
+#include "drivers/driver.h"
 
 namespace {
 
@@ -451,9 +452,14 @@ int allocate_multi_lookup(Image* image) {
     return 1;
 }
 
-// Only IMPELL (1) and TIFF (7) rows can be resampled by the driver as it reads.
+static uint32_t driver_flags(const Image* image) {
+    const ImageDriver* driver = find_image_driver(image->type);
+    return driver ? driver->flags : 0;
+}
+
+// Only some drivers can resample rows as they read them.
 static void select_direct_single(Image* image) {
-    if (image->type != 1 && image->type != 7) return;
+    if (!(driver_flags(image) & DRIVER_RESAMPLES_ROWS)) return;
     if (is_external_lut(&image->lut)) image->lookup = LookupResampleBuf;
     if (is_external_colormap(&image->colormap)) image->index = IndexResampleBuf;
     image->resample = ResampleNoOp;
@@ -463,7 +469,7 @@ int allocate_resamplers(Image* image) {
     allocate_lookup(image);
     image->row_resampled = 0;
     choose(image->resample, image->depth, Resample8BitBuf, Resample16BitBuf, Resample32BitBuf);
-    if (image->direct_resampling && (image->type == 1 || image->type == 7)) {
+    if (image->direct_resampling && (driver_flags(image) & DRIVER_RESAMPLES_ROWS)) {
         select_direct_single(image);
         image->row_resampled = 1;
     }
@@ -474,7 +480,7 @@ int allocate_resamplers(Image* image) {
 int allocate_resamplers_push(Image* image) {
     allocate_lookup(image);
     choose(image->resample, image->depth, Resample8BitBuf, Resample16BitBuf, Resample32BitBuf);
-    if (image->type == 10) {
+    if (driver_flags(image) & DRIVER_FINISHED_ROWS) {
         image->lookup = LookupNoOp;
         image->index = IndexNoOp;
         image->resample = ResampleNoOp;
@@ -502,11 +508,11 @@ int allocate_multi_resamplers(Image* image) {
     choose(image->resample, image->depth, Resample8BitMultibuf, Resample16BitMultibuf,
            Resample32BitMultibuf);
     if (image->direct_resampling) {
-        if (image->type == 10) {
+        if (driver_flags(image) & DRIVER_FINISHED_ROWS) {
             image->lookup = LookupNoOp;
             image->index = IndexNoOp;
             image->resample = ResampleNoOp;
-        } else if (image->type == 7) {
+        } else if (driver_flags(image) & DRIVER_RESAMPLES_MULTI_ROWS) {
             select_direct_multi_tiff(image);
         }
     }
@@ -518,11 +524,11 @@ int allocate_multi_resamplers_push(Image* image) {
     allocate_multi_lookup(image);
     choose(image->resample, image->depth, Resample8BitMultibuf, Resample16BitMultibuf,
            Resample32BitMultibuf);
-    if (image->type == 10) {
+    if (driver_flags(image) & DRIVER_FINISHED_ROWS) {
         image->lookup = LookupNoOp;
         image->index = IndexNoOp;
         image->resample = ResampleNoOp;
-    } else if (image->direct_resampling && image->type == 7) {
+    } else if (image->direct_resampling && (driver_flags(image) & DRIVER_RESAMPLES_MULTI_ROWS)) {
         select_direct_multi_tiff(image);
     }
     finish_selection(image);

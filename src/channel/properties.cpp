@@ -1,80 +1,34 @@
 // Property queries by type code. Each answers from the format's header, read
-// afresh; no state is kept between calls. Formats whose readers are not part
-// of the library answer -1.
+// afresh; no state is kept between calls. A format without a reader for a
+// property answers -1.
 
 #include "channel/properties.h"
 
 #include <string.h>
 
-#include "channel/report.h"
-#include "drivers/builtin/sunraster.h"
+#include "drivers/driver.h"
 #include <tarnimage/tarn_file.h>
-
-namespace {
-
-constexpr int kFirstRegisteredType = 1000;
-
-// The GRASS shell has no header reader: every read fails.
-int read_grass_header() { return -1; }
-
-int read_GRASS_extent(const char*, int*, int*) {
-    if (read_grass_header() == -1) {
-        user_error("Unable to read Grass header\n");
-        return -1;
-    }
-    return 1;
-}
-
-// Members whose answer needs no file: the value is written and answered.
-int constant_member(int value, int* out) {
-    *out = value;
-    return value;
-}
-
-}  // namespace
 
 extern "C" {
 
 int get_image_info(int type, const char* name, int* rows, int* columns, int* bands, int* depth) {
-    if (type >= kFirstRegisteredType) return -1;  // no registered driver reports here yet
-    switch (type) {
-    case 2: return get_SUNRASTER_info(name, rows, columns, bands, depth);
-    default: return -1;  // 4 (GRASS) and 13 (ADRG) answer -1 by design; 0, 7, 12, 100 have no member
-    }
+    const ImageDriver* driver = find_image_driver(type);
+    return driver && driver->get_info ? driver->get_info(name, rows, columns, bands, depth) : -1;
 }
 
 int get_image_extent(int type, const char* name, int* rows, int* columns) {
-    if (type >= kFirstRegisteredType) return -1;
-    switch (type) {
-    case 2: return read_SUNRASTER_extent(name, rows, columns);
-    case 4: return read_GRASS_extent(name, rows, columns);
-    default: return -1;
-    }
+    const ImageDriver* driver = find_image_driver(type);
+    return driver && driver->read_extent ? driver->read_extent(name, rows, columns) : -1;
 }
 
 int get_image_nbands(int type, const char* name, int* bands) {
-    if (type >= kFirstRegisteredType) return -1;
-    switch (type) {
-    case 1:
-    case 4:
-    case 5:
-    case 6: return constant_member(1, bands);
-    case 13: return constant_member(3, bands);
-    case 2: return read_SUNRASTER_nbands(name, bands);
-    default: return -1;
-    }
+    const ImageDriver* driver = find_image_driver(type);
+    return driver && driver->read_nbands ? driver->read_nbands(name, bands) : -1;
 }
 
 int get_image_depth(int type, const char* name, int* depth) {
-    if (type >= kFirstRegisteredType) return -1;
-    switch (type) {
-    case 1: return constant_member(1, depth);
-    case 5: return constant_member(16, depth);
-    case 6: return constant_member(32, depth);
-    case 13: return constant_member(8, depth);
-    case 2: return get_SUNRASTER_depth(name, depth);
-    default: return -1;  // 4: the GRASS shell finds no cell header
-    }
+    const ImageDriver* driver = find_image_driver(type);
+    return driver && driver->get_depth ? driver->get_depth(name, depth) : -1;
 }
 
 int get_standard_color_name(const char* name, char* color_name) {

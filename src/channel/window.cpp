@@ -8,9 +8,9 @@
 #include <stdint.h>
 #include <stdlib.h>
 
-#include "channel/alloc.h"
+#include "platform/alloc.h"
 #include "channel/channel.h"
-#include "drivers/drivers.h"
+#include "drivers/driver.h"
 
 namespace {
 
@@ -136,14 +136,8 @@ int image_window_map(Image* image, int type, int out_x, int out_y, int out_width
         image->col_map[i] = static_cast<int32_t>(last_index);
     }
 
-    if (type == 1) {
-        image->mirror_first_col = image->columns - image->last_col - 1;
-        image->mirror_last_col = image->columns - image->first_col - 1;
-    } else if (type == 10) {
-        if (grid_window_map(image, image->first_col, image->first_row, image->win_cols,
-                            image->win_rows) < 0)
-            return -1;
-    }
+    const ImageDriver* driver = find_image_driver(type);
+    if (driver && driver->map_window && driver->map_window(image) < 0) return -1;
     return 1;
 }
 

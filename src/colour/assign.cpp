@@ -7,10 +7,11 @@
 #include <stdlib.h>
 #include <string.h>
 
-#include "channel/alloc.h"
-#include "channel/report.h"
+#include "platform/alloc.h"
+#include "platform/report.h"
 #include "colour/colormap.h"
 #include "colour/dither.h"
+#include "drivers/driver.h"
 #include <tarnimage/bitmap_shim.h>
 
 namespace {
@@ -313,18 +314,24 @@ int image_alloc_colors(void* screen, Image* image, int multi, int colour_type, i
     return result;
 }
 
+static uint32_t driver_flags(const Image* image) {
+    const ImageDriver* driver = find_image_driver(image->type);
+    return driver ? driver->flags : 0;
+}
+
 int image_assign_colors(void* screen, Image* image, int skip, int dither) {
     if (!skip) initialize_image_colors(screen, image);
     Colormap& map = image->colormap;
+    const uint32_t flags = driver_flags(image);
     int colour_type;
     if (map.ncolors < 1) {
-        if (image->type == 100) {
+        if (flags & DRIVER_TRUE_COLOUR_WITHOUT_MAP) {
             colour_type = TARN_TRUE_COLOUR;
         } else {
             colour_type = TARN_GREY;
             int d = image->depth;
-            if (image->type == 2 && (d == 24 || d == 32)) d = 8;
-            if (image->type == 10 || image->type == 13) {
+            if ((flags & DRIVER_WIDE_PIXELS_AS_BYTES) && (d == 24 || d == 32)) d = 8;
+            if (flags & DRIVER_BYTE_RAMP) {
                 map.ncolors = 256;
                 map.low = 0;
                 map.high = 255;
@@ -337,11 +344,11 @@ int image_assign_colors(void* screen, Image* image, int skip, int dither) {
             memcpy(map.green, map.red, static_cast<size_t>(map.ncolors));
             memcpy(map.blue, map.red, static_cast<size_t>(map.ncolors));
         }
-    } else if (image->type == 100) {
+    } else if (flags & DRIVER_STORED_COLOUR_TYPE) {
         colour_type = map.color_type;
-    } else if (image->type == 10) {
-        colour_type = map.color_type;
-        if (colour_type == TARN_COLOUR && is_gray_colormap(&map)) colour_type = TARN_GREY;
+        if ((flags & DRIVER_STORED_COLOUR_TYPE_GREY_TESTED) && colour_type == TARN_COLOUR &&
+            is_gray_colormap(&map))
+            colour_type = TARN_GREY;
     } else {
         colour_type = is_gray_colormap(&map) ? TARN_GREY : TARN_COLOUR;
     }
@@ -353,8 +360,7 @@ int multi_image_assign_colors(void* screen, Image* image, int skip, int dither) 
     if (!skip) initialize_image_colors(screen, image);
     Colormap& map = image->colormap;
     if (map.ncolors == 0) {
-        int type = image->type;
-        if (type == 2 || type == 10 || type == 13) {
+        if (driver_flags(image) & (DRIVER_WIDE_PIXELS_AS_BYTES | DRIVER_BYTE_RAMP)) {
             map.ncolors = 256;
         } else {
             if (image->depth > 16 || image->depth < 1) return -1;

@@ -4,6 +4,7 @@
 /* Open and close entry points of the built-in drivers, as the open dispatchers
  * call them. Every open answers exactly -1 on failure. */
 
+#include <stdio.h>
 #include <tarnimage/image.h>
 
 TARN_BEGIN_C
@@ -47,8 +48,6 @@ int grid_window_map(Image* image, int first_col, int first_row, int win_cols, in
 int store_external_colormap_GRID(Image* image, void* colormap);
 int store_external_lut_GRID(Image* image, void* lut);
 int initialize_BMPRow_IO(Image* image);
-int set_g3_globals(void);
-int set_g4_globals(void);
 
 /* Header-valid flags of the drivers' private records, cleared at channel close. */
 int clrrd_SUNRASTER_hdr(Image* image);
@@ -57,6 +56,40 @@ int clrrd_TIFF_hdr(Image* image);
 int clrrd_BMP_hdr(Image* image);
 int clrrd_ADRG_hdr(Image* image);
 
+/* Content probes: 1 when the first bytes match, else 0. Each rewinds the file.
+ * The constant ones hold the place where such a test would go. */
+int check_format_SUNRASTER(FILE* file);
+int check_format_ERDAS(FILE* file);
+int check_format_BMP(FILE* file);
+int check_format_IMPELL(FILE* file);
+int check_format_GRASS(FILE* file);
+int check_format_SVF(FILE* file);
+int check_format_LATTICE(FILE* file);
+int check_format_BIL(FILE* file);
+int check_format_BIP(FILE* file);
+int check_format_BSQ(FILE* file);
+int check_format_EIMG(FILE* file);
+
 TARN_END_C
+
+#ifdef __cplusplus
+#include <string>
+
+/* Extended-name probes: non-zero when stem plus one of the format's suffixes
+ * names such a file, which is then left in candidate. */
+int extend_and_check_if_IMPELL(const std::string& stem, std::string& candidate);
+int extend_and_check_if_SUNRASTER(const std::string& stem, std::string& candidate);
+int extend_and_check_if_ERDAS(const std::string& stem, std::string& candidate);
+int extend_and_check_if_GRASS(const std::string& stem, std::string& candidate);
+int extend_and_check_if_SVF(const std::string& stem, std::string& candidate);
+int extend_and_check_if_LATTICE(const std::string& stem, std::string& candidate);
+int extend_and_check_if_BMP(const std::string& stem, std::string& candidate);
+int extend_and_check_if_BIL(const std::string& stem, std::string& candidate);
+int extend_and_check_if_BIP(const std::string& stem, std::string& candidate);
+int extend_and_check_if_BSQ(const std::string& stem, std::string& candidate);
+int extend_and_check_if_TIFF(const std::string& stem, std::string& candidate);
+int extend_and_check_if_EIMG(const std::string& stem, std::string& candidate);
+int extend_and_check_if_ADRG(const std::string& stem, std::string& candidate);
+#endif
 
 #endif

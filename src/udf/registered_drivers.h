@@ -1,33 +1,62 @@
 #ifndef TARN_UDF_REGISTERED_DRIVERS_H
 #define TARN_UDF_REGISTERED_DRIVERS_H
 
-/* Entry points of the drivers that the library registers at start-up. Each
- * keeps its own type code; LibInit registers it, LibExit removes it,
- * LibCanExit answers 1. */
+/* The drivers the library registers at start-up, one row each, defined at the
+ * bottom of the driver's own file. UDF_LibInit, UDF_LibExit and
+ * UDF_LibCanExit walk the rows in the table's order, which is the order of
+ * the type codes and the order in which identification asks the drivers. */
 
 #include "udf/udf.h"
 
-#define TARN_DECLARE_UDF_DRIVER(X)                                                           \
-    int X##_exist(const char* name, char* out_path, FILE* fp);                               \
-    int X##_open(const char* name, int band, int red, int green, int blue, UDFHeader* header); \
-    int X##_close(UDFHeader* header);                                                        \
-    int X##_getrow(int row, void* buffer, UDFHeader* header);                                \
-    int X##_LibInit(void);                                                                   \
-    void X##_LibExit(void);                                                                  \
-    int X##_LibCanExit(void);
+/* How a driver guards its registration against repeated starts. */
+enum RegisteredStart {
+    /* Registers on the first start only, unregisters on the last exit. */
+    START_COUNTED,
+    /* Registers on every start, unregisters on every exit. */
+    START_UNGUARDED,
+    /* Registers once, and only when its toolkit gives an instance; every exit
+     * unregisters whatever code it holds, and the code is cleared when the
+     * count comes back to 0 (so an exit without a start leaves it at -1). */
+    START_TOOLKIT_GATED,
+};
 
+/* A driver's own state: its type code (0 while not registered) and its count
+ * of starts. */
+struct RegisteredState {
+    uint32_t type;
+    int32_t starts;
+};
+
+struct RegisteredDriver {
+    UDFExistFunc exist;
+    UDFOpenFunc open;
+    UDFCloseFunc close;
+    UDFGetRowFunc getrow;
+    const char* keyword;
+    const char* suffix;
+    const char* description;
+    const char* filter;
+    RegisteredStart start;
+    /* Whether UDF_LibCanExit asks this driver. */
+    bool asked_at_exit;
+    /* The toolkit's start for START_TOOLKIT_GATED: non-zero for an instance. */
+    int (*start_toolkit)(void);
+    /* The driver's answer to UDF_LibCanExit; null answers 1. */
+    int (*can_exit)(void);
+    RegisteredState* state;
+};
+
+/* Entry points of a driver whose reader is not written yet: exist declines,
+ * open and getrow fail, close clears the private pointer. */
 TARN_BEGIN_C
-
-TARN_DECLARE_UDF_DRIVER(GIF)
-TARN_DECLARE_UDF_DRIVER(SRP)
-TARN_DECLARE_UDF_DRIVER(ADRG)
-TARN_DECLARE_UDF_DRIVER(CADRG)
-TARN_DECLARE_UDF_DRIVER(CIB)
-TARN_DECLARE_UDF_DRIVER(JFIF)
-TARN_DECLARE_UDF_DRIVER(NITF)
-TARN_DECLARE_UDF_DRIVER(TIF6)
-TARN_DECLARE_UDF_DRIVER(IMGN)
-
+int placeholder_exist(const char* name, char* out_path, FILE* fp);
+int placeholder_open(const char* name, int band, int red, int green, int blue, UDFHeader* header);
+int placeholder_close(UDFHeader* header);
+int placeholder_getrow(int row, void* buffer, UDFHeader* header);
 TARN_END_C
+
+/* Registers, unregisters and asks one driver by its start policy. */
+void start_registered_driver(const RegisteredDriver& driver);
+void stop_registered_driver(const RegisteredDriver& driver);
 
 #endif

@@ -172,43 +172,101 @@ int UDFinitial(UDFHeader* header) {
     return 0;
 }
 
+int placeholder_exist(const char*, char*, FILE*) { return 0; }
+int placeholder_open(const char*, int, int, int, int, UDFHeader*) { return -1; }
+int placeholder_close(UDFHeader* header) {
+    if (header) header->priv = nullptr;
+    return 0;
+}
+int placeholder_getrow(int, void*, UDFHeader*) { return -1; }
+
+}  // extern "C"
+
+extern const RegisteredDriver registered_GIF, registered_SRP, registered_ADRG, registered_CADRG,
+    registered_CIB, registered_JFIF, registered_NITF, registered_TIF6, registered_IMGN;
+
+namespace {
+
 // The order is binding: it is the order of the type codes and the order in
 // which the drivers are asked. A ".img" reaches SRP and ADRG before IMAGINE;
 // CADRG and CIB come before the general NITF driver.
+const RegisteredDriver* const kRegistered[] = {
+    &registered_GIF,  &registered_SRP,  &registered_ADRG, &registered_CADRG, &registered_CIB,
+    &registered_JFIF, &registered_NITF, &registered_TIF6, &registered_IMGN,
+};
+
+void register_driver(const RegisteredDriver& driver) {
+    UDFRecord record = {};
+    record.exist = driver.exist;
+    record.open = driver.open;
+    record.close = driver.close;
+    record.getrow = driver.getrow;
+    record.keyword = const_cast<char*>(driver.keyword);
+    record.suffix = const_cast<char*>(driver.suffix);
+    record.description = const_cast<char*>(driver.description);
+    record.filter = const_cast<char*>(driver.filter);
+    driver.state->type = II_RegisterUDF(&record);
+}
+
+}  // namespace
+
+void start_registered_driver(const RegisteredDriver& driver) {
+    RegisteredState& state = *driver.state;
+    switch (driver.start) {
+    case START_COUNTED:
+        if (++state.starts == 1) register_driver(driver);
+        break;
+    case START_UNGUARDED:
+        register_driver(driver);
+        break;
+    case START_TOOLKIT_GATED:
+        if (state.starts != 0) return;
+        if (!driver.start_toolkit || driver.start_toolkit() == 0) return;
+        ++state.starts;
+        register_driver(driver);
+        break;
+    }
+}
+
+void stop_registered_driver(const RegisteredDriver& driver) {
+    RegisteredState& state = *driver.state;
+    switch (driver.start) {
+    case START_COUNTED:
+        if (--state.starts != 0) return;
+        II_UnregisterUDF(state.type);
+        state.type = 0;
+        break;
+    case START_UNGUARDED:
+        II_UnregisterUDF(state.type);
+        state.type = 0;
+        break;
+    case START_TOOLKIT_GATED:
+        // Code 0, when the driver never registered, leaves the table alone.
+        II_UnregisterUDF(state.type);
+        if (--state.starts == 0) state.type = 0;
+        break;
+    }
+}
+
+extern "C" {
+
 int UDF_LibInit(void) {
-    GIF_LibInit();
-    SRP_LibInit();
-    ADRG_LibInit();
-    CADRG_LibInit();
-    CIB_LibInit();
-    JFIF_LibInit();
-    NITF_LibInit();
-    TIF6_LibInit();
-    IMGN_LibInit();
+    for (const RegisteredDriver* driver : kRegistered) start_registered_driver(*driver);
     return 1;
 }
 
 // Same order as the start, not reversed.
 int UDF_LibExit(void) {
-    GIF_LibExit();
-    SRP_LibExit();
-    ADRG_LibExit();
-    CADRG_LibExit();
-    CIB_LibExit();
-    JFIF_LibExit();
-    NITF_LibExit();
-    TIF6_LibExit();
-    IMGN_LibExit();
+    for (const RegisteredDriver* driver : kRegistered) stop_registered_driver(*driver);
     return 1;
 }
 
-// NITF is not asked; its answer would be 1 like all the others.
 int UDF_LibCanExit(void) {
-    return GIF_LibCanExit() && SRP_LibCanExit() && ADRG_LibCanExit() && CADRG_LibCanExit() &&
-                   CIB_LibCanExit() && JFIF_LibCanExit() && TIF6_LibCanExit() &&
-                   IMGN_LibCanExit()
-               ? 1
-               : 0;
+    for (const RegisteredDriver* driver : kRegistered) {
+        if (!driver->asked_at_exit) continue;
+        if (driver->can_exit && driver->can_exit() == 0) return 0;
+    }
+    return 1;
 }
 
 }  // extern "C"

@@ -9,7 +9,7 @@
 
 #include <vector>
 
-#include "channel/alloc.h"
+#include "platform/alloc.h"
 #include "channel/buffers.h"
 #include "channel/channel.h"
 #include "channel/clyr.h"

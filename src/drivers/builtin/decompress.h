@@ -47,6 +47,11 @@ int UnPackBits(int out_size, const uint8_t* input, uint8_t* output, int in_size)
 /* No PackBits writer is built: always 0. */
 int PackBitsBuffer(const uint8_t* input, uint8_t* output, int in_size);
 
+/* Reset the state of the 1-bit fax codings before a new pass over the rows.
+ * No fax decoder is built, so there is none to reset: both answer 1. */
+int set_g3_globals(void);
+int set_g4_globals(void);
+
 TARN_END_C
 
 #endif

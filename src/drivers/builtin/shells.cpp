@@ -1,11 +1,15 @@
 // Formats that keep their type codes but have no reader here: Impell run
-// images, GRASS cells, SVF, LATTICE, grids and Grafile. Every open fails with
-// -1 and every probe answers no; the close and window hooks accept quietly,
-// since nothing they would act on can have been opened.
+// images, GRASS cells, SVF, LATTICE, grids and Grafile, and the IMAGINE keyword,
+// whose files a registered driver reads. Every open fails with -1 and every
+// probe answers no; the close and window hooks accept quietly, since nothing
+// they would act on can have been opened. A file named with one of their
+// suffixes is still taken by name, and then fails cleanly at open.
 
 #include "drivers/builtin/shells.h"
 
+#include "drivers/driver.h"
 #include "drivers/drivers.h"
+#include "platform/report.h"
 
 extern "C" {
 
@@ -18,6 +22,10 @@ int setup_runio_IMPELL(Image*) { return -1; }
 int isok_runio_IMPELL(Image*) { return 0; }
 
 int open_GRASS(Image*, const char*, int) { return -1; }
+int read_GRASS_extent(const char*, int*, int*) {
+    user_error("Unable to read Grass header\n");
+    return -1;
+}
 int open_multi_GRASS(Image*, const char*, int, int, int, int) { return -1; }
 
 int open_SVF(Image*, const char*, int) { return -1; }
@@ -40,4 +48,158 @@ int store_external_lut_GRID(Image*, void*) { return 1; }
 int open_GRAFILE(Image*, int, int) { return -1; }
 int get_graimg_end(void*, void*) { return 0; }
 
+int check_format_IMPELL(FILE*) { return 0; }
+int check_format_GRASS(FILE*) { return 0; }
+int check_format_SVF(FILE*) { return 0; }
+int check_format_LATTICE(FILE*) { return 0; }
+int check_format_EIMG(FILE*) { return 0; }
+
 }  // extern "C"
+
+extern const ImageDriver driver_IMPELL, driver_GRASS, driver_SVF, driver_LATTICE, driver_GRID,
+    driver_IMAGINE, driver_GRAFILE;
+
+int extend_and_check_if_IMPELL(const std::string& stem, std::string& candidate) {
+    return extend_with_suffixes(driver_IMPELL, stem, candidate);
+}
+int extend_and_check_if_SVF(const std::string& stem, std::string& candidate) {
+    return extend_with_suffixes(driver_SVF, stem, candidate);
+}
+int extend_and_check_if_LATTICE(const std::string& stem, std::string& candidate) {
+    return extend_with_suffixes(driver_LATTICE, stem, candidate);
+}
+int extend_and_check_if_GRASS(const std::string&, std::string&) { return 0; }
+int extend_and_check_if_EIMG(const std::string&, std::string&) { return 0; }
+
+namespace {
+
+int open_impell(Image* image, const char* name, int, int display, int, char*, char*) {
+    return open_IMPELL(image, name, display);
+}
+int open_grass(Image* image, const char* name, int, int display, int, char*, char*) {
+    return open_GRASS(image, name, display);
+}
+int open_multi_grass(Image* image, const char* name, int red, int green, int blue, int display,
+                     int, char*, char*) {
+    return open_multi_GRASS(image, name, red, green, blue, display);
+}
+int open_svf(Image* image, const char* name, int, int display, int, char*, char*) {
+    return open_SVF(image, name, display);
+}
+int open_lattice(Image* image, const char* name, int, int display, int, char*, char*) {
+    return open_LATTICE(image, name, display);
+}
+int open_grid(Image* image, const char* name, int band, int display, int, char* lut_name,
+              char* colormap_name) {
+    return open_GRID(image, name, band, display, lut_name, colormap_name);
+}
+int open_multi_grid(Image* image, const char* name, int red, int green, int blue, int display, int,
+                    char* lut_name, char* colormap_name) {
+    return open_multi_GRID(image, name, red, green, blue, display, lut_name, colormap_name);
+}
+int open_grafile(Image* image, const char*, int band, int display, int, char*, char*) {
+    return open_GRAFILE(image, band, display);
+}
+
+// SVF, LATTICE and Grafile keep their reader's handle beside the file's.
+int close_svf(Image* image) {
+    gcloseC(image->file2);
+    image->file2 = nullptr;
+    return 0;
+}
+int close_lattice(Image* image) {
+    int status = 0;
+    latclsC(image->file2, &status);
+    image->file2 = nullptr;
+    return 0;
+}
+int close_grafile(Image* image) {
+    get_graimg_end(image->file2, image->file_buffer);
+    image->file2 = nullptr;
+    return 0;
+}
+
+// Impell rows are stored mirrored.
+int mirror_window(Image* image) {
+    image->mirror_first_col = image->columns - image->last_col - 1;
+    image->mirror_last_col = image->columns - image->first_col - 1;
+    return 1;
+}
+int map_grid_window(Image* image) {
+    return grid_window_map(image, image->first_col, image->first_row, image->win_cols,
+                           image->win_rows);
+}
+
+int grids_claim(const char* name) {
+    return EditGridExists() || GenStackExists() || CellLyrExists(name);
+}
+
+}  // namespace
+
+extern const ImageDriver driver_IMPELL = {
+    1, "RLC", DRIVER_NAMED_BY_SUFFIX | DRIVER_RESAMPLES_ROWS, {".rlc"},
+    nullptr, check_format_IMPELL, extend_and_check_if_IMPELL,
+    open_impell, nullptr, nullptr, nullptr, nullptr,
+    nullptr, nullptr, constant_property<1>, constant_property<1>, nullptr,
+    nullptr, setup_runio_IMPELL, isok_runio_IMPELL, mirror_window, nullptr, nullptr,
+    COLOURS_BILEVEL, 0, 0,
+};
+
+extern const ImageDriver driver_GRASS = {
+    4, "GRASS", 0, {},
+    nullptr, check_format_GRASS, extend_and_check_if_GRASS,
+    open_grass, open_multi_grass, nullptr, nullptr, nullptr,
+    nullptr, read_GRASS_extent, constant_property<1>, nullptr, nullptr,
+    nullptr, nullptr, nullptr, nullptr, nullptr, nullptr,
+    COLOURS_UNRANGED, 2, 2,
+};
+
+extern const ImageDriver driver_SVF = {
+    5, "SVF", DRIVER_NAMED_BY_SUFFIX, {".svf"},
+    nullptr, check_format_SVF, extend_and_check_if_SVF,
+    open_svf, nullptr, close_svf, nullptr, nullptr,
+    nullptr, nullptr, constant_property<1>, constant_property<16>, nullptr,
+    nullptr, nullptr, nullptr, nullptr, nullptr, nullptr,
+    COLOURS_NONE, 0, 0,
+};
+
+extern const ImageDriver driver_LATTICE = {
+    6, "LATTICE", DRIVER_NAMED_BY_SUFFIX, {".lat"},
+    nullptr, check_format_LATTICE, extend_and_check_if_LATTICE,
+    open_lattice, nullptr, close_lattice, nullptr, nullptr,
+    nullptr, nullptr, constant_property<1>, constant_property<32>, nullptr,
+    nullptr, nullptr, nullptr, nullptr, nullptr, nullptr,
+    COLOURS_NONE, 0, 0,
+};
+
+extern const ImageDriver driver_GRID = {
+    10, "GRID",
+    DRIVER_NEEDS_COMPANION | DRIVER_FINISHED_ROWS | DRIVER_BYTE_RAMP | DRIVER_STORED_COLOUR_TYPE |
+        DRIVER_STORED_COLOUR_TYPE_GREY_TESTED | DRIVER_CLAIMS_DATASETS,
+    {},
+    grids_claim, nullptr, nullptr,
+    open_grid, open_multi_grid, close_GRID, close_multi_GRID, nullptr,
+    nullptr, nullptr, nullptr, nullptr, nullptr,
+    nullptr, nullptr, nullptr, map_grid_window, store_external_colormap_GRID,
+    store_external_lut_GRID,
+    COLOURS_RANGED, 1, 1,
+};
+
+extern const ImageDriver driver_IMAGINE = {
+    12, "IMAGINE", 0, {},
+    nullptr, nullptr, nullptr,
+    nullptr, nullptr, nullptr, nullptr, nullptr,
+    nullptr, nullptr, nullptr, nullptr, nullptr,
+    nullptr, nullptr, nullptr, nullptr, nullptr, nullptr,
+    COLOURS_PLAIN, 0, 0,
+};
+
+extern const ImageDriver driver_GRAFILE = {
+    100, "GRAFILE",
+    DRIVER_KEYWORD_UNMATCHED | DRIVER_TRUE_COLOUR_WITHOUT_MAP | DRIVER_STORED_COLOUR_TYPE, {},
+    nullptr, nullptr, nullptr,
+    open_grafile, nullptr, close_grafile, nullptr, nullptr,
+    nullptr, nullptr, nullptr, nullptr, nullptr,
+    nullptr, nullptr, nullptr, nullptr, nullptr, nullptr,
+    COLOURS_PLAIN, 0, 0,
+};

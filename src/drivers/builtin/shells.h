@@ -2,9 +2,9 @@
 #define TARN_DRIVERS_BUILTIN_SHELLS_H
 
 /* Formats that keep a type code without a reader in this library: Impell run
- * images (1), GRASS (4), SVF (5), LATTICE (6), grids (10) and Grafile (100).
- * Their probes answer no and their opens fail, so a file only reaches them
- * by extension and then fails cleanly at open. */
+ * images, GRASS, SVF, LATTICE, grids and Grafile. Their probes answer no and
+ * their opens fail, so a file only reaches them by its suffix and then fails
+ * cleanly at open. */
 
 #include <tarnimage/export.h>
 
@@ -14,6 +14,8 @@ TARN_BEGIN_C
 int EditGridExists(void);
 int GenStackExists(void);
 int CellLyrExists(const char* name);
+/* The GRASS shell has no cell header to read: always -1. */
+int read_GRASS_extent(const char* name, int* rows, int* columns);
 
 TARN_END_C
 

@@ -4,7 +4,7 @@
 // then the rows.
 //
 //   offset  word       use
-//   0       magic      0x59a66a95; identification tests it, this driver does not
+//   0       magic      0x59a66a95; the content probe tests it, the opens do not
 //   4       width      columns
 //   8       height     rows
 //   12      depth      bits per pixel: 1, 8, 16, 24 or 32
@@ -28,9 +28,10 @@
 #include <stdlib.h>
 #include <string.h>
 
-#include "channel/alloc.h"
-#include "channel/byteorder.h"
-#include "channel/report.h"
+#include "platform/alloc.h"
+#include "platform/byteorder.h"
+#include "platform/report.h"
+#include "drivers/driver.h"
 #include "drivers/drivers.h"
 #include <tarnimage/tarn_file.h>
 
@@ -615,4 +616,36 @@ int Unpack_Sun_32_Bit_Data(Image* image) {
     return 0;
 }
 
+}  // extern "C"
+
+int check_format_SUNRASTER(FILE* fp) {
+    uint8_t head[4];
+    if (!fp || tarn_fseek(fp, 0, SEEK_SET) != 0) return 0;
+    if (tarn_fread(head, 1, sizeof head, fp) != sizeof head) return 0;
+    return read_be32(head) == 0x59A66A95u ? 1 : 0;
 }
+
+// Sun rasters are told by content only: there is no suffix to try.
+int extend_and_check_if_SUNRASTER(const std::string&, std::string&) { return 0; }
+
+namespace {
+
+int open_sun(Image* image, const char* name, int band, int display, int, char*, char*) {
+    return open_SUNRASTER(image, name, band, display);
+}
+int open_multi_sun(Image* image, const char* name, int red, int green, int blue, int display, int,
+                   char*, char*) {
+    return open_multi_SUNRASTER(image, name, red, green, blue, display);
+}
+
+}  // namespace
+
+// True-colour pixels without a map are shown through an 8-bit grey ramp.
+extern const ImageDriver driver_SUNRASTER = {
+    kSunType, "SUNRASTER", DRIVER_WIDE_PIXELS_AS_BYTES, {},
+    nullptr, check_format_SUNRASTER, extend_and_check_if_SUNRASTER,
+    open_sun, open_multi_sun, nullptr, nullptr, clrrd_SUNRASTER_hdr,
+    get_SUNRASTER_info, read_SUNRASTER_extent, read_SUNRASTER_nbands, get_SUNRASTER_depth, nullptr,
+    nullptr, nullptr, nullptr, nullptr, nullptr, nullptr,
+    COLOURS_PLAIN, 0, 0,
+};

@@ -1,5 +1,5 @@
-#ifndef TARN_CHANNEL_ALLOC_H
-#define TARN_CHANNEL_ALLOC_H
+#ifndef TARN_PLATFORM_ALLOC_H
+#define TARN_PLATFORM_ALLOC_H
 
 /* Thin wrappers of the system allocator, used by every driver. */
 

@@ -1,7 +1,7 @@
 // The library has no log and no console: a driver's message ends here, and
 // its caller sees only the result.
 
-#include "channel/report.h"
+#include "platform/report.h"
 
 extern "C" {
 void user_error(const char*) {}

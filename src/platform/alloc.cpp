@@ -1,4 +1,4 @@
-#include "channel/alloc.h"
+#include "platform/alloc.h"
 
 #include <stdlib.h>
 #include <string.h>

@@ -1,5 +1,5 @@
-#ifndef TARN_CHANNEL_REPORT_H
-#define TARN_CHANNEL_REPORT_H
+#ifndef TARN_PLATFORM_REPORT_H
+#define TARN_PLATFORM_REPORT_H
 
 /* Message sinks. Drivers format their text and hand it here; the library has
  * no log, so the caller only ever sees the failure result. */

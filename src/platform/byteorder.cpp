@@ -1,4 +1,4 @@
-#include "channel/byteorder.h"
+#include "platform/byteorder.h"
 
 namespace {
 

@@ -1,5 +1,5 @@
-#ifndef TARN_CHANNEL_BYTEORDER_H
-#define TARN_CHANNEL_BYTEORDER_H
+#ifndef TARN_PLATFORM_BYTEORDER_H
+#define TARN_PLATFORM_BYTEORDER_H
 
 /* Byte order. The host is little-endian. The sw* functions work in place on
  * a buffer of `*count` items; their names give the item (i integer, r real,

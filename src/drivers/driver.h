@@ -1,0 +1,137 @@
+#ifndef TARN_DRIVERS_DRIVER_H
+#define TARN_DRIVERS_DRIVER_H
+
+/* A built-in format's whole contract with the core: one row of the driver
+ * table, defined at the bottom of the driver's own file. The core looks a type
+ * code up here and never names a format itself. A null member means the
+ * format lacks that ability: a probe says no, an open or a property read
+ * fails, a close just closes the record's file handle. */
+
+#include <stddef.h>
+#include <stdint.h>
+#include <stdio.h>
+
+#include <string>
+
+#include <tarnimage/image.h>
+
+typedef int (*DriverOpenFunc)(Image* image, const char* name, int band, int display, int type,
+                              char* lut_name, char* colormap_name);
+typedef int (*DriverMultiOpenFunc)(Image* image, const char* name, int red, int green, int blue,
+                                   int display, int type, char* lut_name, char* colormap_name);
+typedef int (*DriverImageFunc)(Image* image);
+typedef int (*DriverStoreFunc)(Image* image, void* table);
+typedef int (*DriverContentProbe)(FILE* file);
+typedef int (*DriverNameProbe)(const std::string& stem, std::string& candidate);
+typedef int (*DriverNameClaim)(const char* name);
+typedef int (*DriverInfoFunc)(const char* name, int* rows, int* columns, int* bands, int* depth);
+typedef int (*DriverExtentFunc)(const char* name, int* rows, int* columns);
+typedef int (*DriverValueFunc)(const char* name, int* value);
+typedef int (*DriverTransformFunc)(const char* name, double* transform);
+
+enum ImageDriverFlags : uint32_t {
+    /* Identification takes a file by its suffix alone... */
+    DRIVER_NAMED_BY_SUFFIX = 1u << 0,
+    /* ...or, with this too, only when the content probe also says yes. */
+    DRIVER_SUFFIX_NEEDS_CONTENT = 1u << 1,
+    /* suffname does not know the suffixes. */
+    DRIVER_SUFFIX_UNLISTED = 1u << 2,
+    /* get_type_from_extension does not give the type for the first suffix. */
+    DRIVER_NO_EXTENSION_TYPE = 1u << 3,
+    /* type_from_keyword skips the keyword; keyword_from_type still gives it. */
+    DRIVER_KEYWORD_UNMATCHED = 1u << 4,
+    /* keyword_from_type does not give the keyword; type_from_keyword matches it. */
+    DRIVER_KEYWORD_UNNAMED = 1u << 5,
+    /* The open is handed a companion (clyr) record. */
+    DRIVER_NEEDS_COMPANION = 1u << 6,
+    /* Rows can be resampled by the driver as it reads them (direct resampling),
+     * single-band and multi-band. */
+    DRIVER_RESAMPLES_ROWS = 1u << 7,
+    DRIVER_RESAMPLES_MULTI_ROWS = 1u << 8,
+    /* Rows arrive resampled and coloured: no lookup, index or resample step. */
+    DRIVER_FINISHED_ROWS = 1u << 9,
+    /* 24- and 32-bit pixels are shown through an 8-bit grey ramp, and a
+     * multi-band open gets one of 256 entries. */
+    DRIVER_WIDE_PIXELS_AS_BYTES = 1u << 10,
+    /* Without a colour map, a ramp of 256 greys over 0..255 whatever the depth. */
+    DRIVER_BYTE_RAMP = 1u << 11,
+    /* Without a colour map the pixels are true colour. */
+    DRIVER_TRUE_COLOUR_WITHOUT_MAP = 1u << 12,
+    /* The colour map's own colour type stands, rather than a test of its entries;
+     * with the next flag a colour map that is all greys is still taken as grey. */
+    DRIVER_STORED_COLOUR_TYPE = 1u << 13,
+    DRIVER_STORED_COLOUR_TYPE_GREY_TESTED = 1u << 14,
+    /* The row stands for its type code and every code above it (registered drivers). */
+    DRIVER_TYPE_RANGE = 1u << 15,
+    /* The name claim answers for a whole dataset: identification gives the type
+     * code as its result and leaves the found name as the claim saw it. */
+    DRIVER_CLAIMS_DATASETS = 1u << 16,
+};
+
+/* How the channel's image_colors and get_image_colormap present the colour map. */
+enum DriverColourForm {
+    COLOURS_PLAIN = 0,   /* entries 0 .. ncolors - 1 */
+    COLOURS_NONE,        /* no colours: image_colors 0, get_image_colormap -1 */
+    COLOURS_BILEVEL,     /* black and white, whatever the record holds */
+    COLOURS_RANGED,      /* values low .. high from the map's first entry */
+    COLOURS_UNRANGED,    /* the range lives elsewhere: first and last 0 */
+};
+
+struct ImageDriver {
+    int32_t type;
+    const char* keyword;
+    uint32_t flags;
+    /* Lower-case suffixes with their dot; the first is the one name_from_type adds. */
+    const char* suffixes[4];
+
+    DriverNameClaim claims_name;     /* asked before the file is even opened */
+    DriverContentProbe check;        /* first bytes; rewinds the file itself */
+    DriverNameProbe extend_and_check;
+
+    DriverOpenFunc open;
+    DriverMultiOpenFunc open_multi;
+    DriverImageFunc close;           /* null: the record's file handle is closed */
+    DriverImageFunc close_multi;
+    DriverImageFunc clear_header;    /* null: nothing to clear, 1 */
+
+    DriverInfoFunc get_info;
+    DriverExtentFunc read_extent;
+    DriverValueFunc read_nbands;
+    DriverValueFunc get_depth;
+    DriverTransformFunc read_header_trans;
+
+    DriverImageFunc init_row_io;
+    DriverImageFunc setup_runio;     /* null: no run mode, -1 */
+    DriverImageFunc isok_runio;      /* null: 0 */
+    DriverImageFunc map_window;      /* after the window is set */
+    DriverStoreFunc store_colormap;  /* null: -1 */
+    DriverStoreFunc store_lut;
+
+    DriverColourForm colour_form;
+    int32_t reserved_colours;        /* entries image_colors leaves out */
+    int32_t colormap_skip;           /* entries get_image_colormap skips */
+};
+
+/* The row for a type code, or null. */
+const ImageDriver* find_image_driver(int type);
+/* The rows in the binding order of identification: formats earlier in the
+ * table win a file that later ones would also take. */
+const ImageDriver* const* image_drivers(size_t* count);
+/* Replaces the table (null restores the library's own); for tests of the
+ * dispatch with drivers of their own. */
+void set_image_drivers(const ImageDriver* const* table, size_t count);
+
+/* The probe of a format known by suffixes: stem plus each suffix, lower case
+ * before upper, is looked for; with DRIVER_SUFFIX_NEEDS_CONTENT the file must
+ * also open and pass the content probe. Non-zero with candidate set on a hit. */
+int extend_with_suffixes(const ImageDriver& driver, const std::string& stem,
+                         std::string& candidate);
+
+/* A property that needs no file: the value is written and answered. */
+template <int Value>
+int constant_property(const char*, int* out) {
+    *out = Value;
+    return Value;
+}
+
+#endif

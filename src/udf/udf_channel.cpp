@@ -1,0 +1,37 @@
+// The bridge from a registered driver to the Image record: one row of the
+// driver table stands for every type code from 1000 on.
+
+#include "drivers/driver.h"
+#include "udf/udf.h"
+
+extern "C" {
+
+// Until the bridge lands, a registered type fails at open.
+int open_UDF(Image*, const char*, int, int, int) { return -1; }
+int open_multi_UDF(Image*, const char*, int, int, int, int, int) { return -1; }
+int close_UDF(Image*) { return 0; }
+
+}
+
+namespace {
+
+int open_udf(Image* image, const char* name, int band, int display, int type, char*, char*) {
+    return open_UDF(image, name, band, display, type);
+}
+int open_multi_udf(Image* image, const char* name, int red, int green, int blue, int display,
+                   int type, char*, char*) {
+    return open_multi_UDF(image, name, red, green, blue, display, type);
+}
+
+}  // namespace
+
+// "USER DEFINED" is the generic word for these formats: keyword_from_type
+// gives it for 1000, type_from_keyword never matches it.
+extern const ImageDriver driver_UDF = {
+    1000, "USER DEFINED", DRIVER_TYPE_RANGE | DRIVER_KEYWORD_UNMATCHED, {},
+    nullptr, nullptr, nullptr,
+    open_udf, open_multi_udf, close_UDF, close_UDF, nullptr,
+    nullptr, nullptr, nullptr, nullptr, nullptr,
+    nullptr, nullptr, nullptr, nullptr, nullptr, nullptr,
+    COLOURS_RANGED, 0, 0,
+};
