@@ -1,11 +1,11 @@
 #ifndef TARNIMAGE_BITMAP_SHIM_H
 #define TARNIMAGE_BITMAP_SHIM_H
 
-/* The bitmap interface of a screen layer, kept alive with the owning object
- * standing in for the bitmap. `owner` is null or the object itself, passed as
- * its `this`, of a class whose first base derives from ITarnRefCnt. An image
- * object answers from its own fields; any other owner gets the answers of a
- * 32-bit true colour screen without a buffer. */
+/* The bitmap interface of a screen, as the colour and buffer code asks it.
+ * `owner` is the screen: during a read, the display state that the RGB path
+ * passes, which answers from its own fields (depth, colour counts, row
+ * buffer). Null or any other owner gets the answers of a 32-bit true colour
+ * screen without a buffer. */
 
 #include <tarnimage/export.h>
 

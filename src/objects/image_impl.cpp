@@ -31,24 +31,18 @@ CIImageImpl::CIImageImpl() { initialise(); }
 CIImageImpl::CIImageImpl(const CTarnUString& path) {
     initialise();
     Open(path);
-    m_clipX = m_clipY = m_resultX = m_resultY = 0;
-    m_clipWidth = m_resultWidth = m_width;
-    m_clipHeight = m_resultHeight = m_height;
+    m_clipX = m_clipY = 0;
+    m_clipWidth = m_width;
+    m_clipHeight = m_height;
 }
 
-void CIImageImpl::initialise() {
-    memset(&m_image, 0, sizeof(m_image));
-    reset_image(&m_image);
-    memset(m_colorMapName, 0, sizeof(m_colorMapName));
-    memset(m_lutName, 0, sizeof(m_lutName));
-}
+void CIImageImpl::initialise() { rgba_init(&m_pipeline); }
 
 CIImageImpl::~CIImageImpl() { destroy(); }
 
 void CIImageImpl::destroy() {
     reset();
-    free(m_rowBuffer);
-    m_rowBuffer = nullptr;
+    rgba_release(&m_pipeline);
     free_colormap(m_externalColorMap);
     m_externalColorMap = nullptr;
     if (m_colorMap) m_colorMap->release();
@@ -128,7 +122,9 @@ void CIImageImpl::Open(const CTarnUString& path) {
             lock.unlock();
             locked = false;
             if (result == -1) return;
-            if (result == 10) m_externalColorMap = MakeGridColorMap(resolved);
+            // Any result but 1 names a dataset (a grid directory), whose colours
+            // come from a map of its own.
+            if (result != 1) m_externalColorMap = MakeGridColorMap(resolved);
         }
 
         lock.lock();
@@ -148,8 +144,6 @@ void CIImageImpl::Open(const CTarnUString& path) {
         m_path.correctPath();
         m_name = m_path;
         m_name.subtractPath();
-        m_bitmapDepth = 32;
-        m_colorCount = m_colorCount2 = 0x1000000;
         m_hasMore = 1;
     } catch (...) {
         if (locked) lock.unlock();

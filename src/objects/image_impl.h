@@ -7,6 +7,8 @@
 #include <tarnimage/image.h>
 #include <tarnimage/interfaces.h>
 
+#include "pipeline/rgba_pipeline.h"
+
 /* A temporary UTF-8 copy of a string, released with the scope. */
 struct Utf8 {
     explicit Utf8(const CTarnUString& text) : data(text.getUTF8EncodedBuffer()) {}
@@ -63,7 +65,8 @@ public:
 
     int isValid() const { return m_valid; }
 
-    /* The RGB stream: one open, one pass over the rows, one close per getData. */
+    /* The RGB stream, forwarded to the pipeline: one open, one pass over the
+     * rows, one close per getData. */
     int resetRGBStreamOpen(long x, long y, long width, long height);
     int resetRGBStreamClose();
     int resetRGBStreamError();
@@ -76,44 +79,19 @@ public:
      * world transform, and whole reads in getData. */
     static std::mutex& integratorLock();
 
-    /* Read by the bitmap shim. */
-    int32_t m_bitmapDepth = 0;
-    int32_t m_colorCount = 0;
-    int32_t m_colorCount2 = 0;
-    uint8_t* m_rowBuffer = nullptr;
-    int32_t m_frameX = 0;
-    int32_t m_frameY = 0;
-    int32_t m_resultWidth = 0;
-
 private:
     friend struct CIImageImplTestAccess;
     void initialise();
     void storeGeoReference(const double transform[6]);
     void destroy();
-    int closeStream();
 
     int32_t m_refCount = 1;
     int32_t m_internalRefCount = 0;
     int32_t m_colorMapPending = 1;
     ITarnRasterColorMap* m_colorMap = nullptr;
     bool m_colorMapChanged = false;  // the host changed the colour map object
-    Image m_image;
-    void* m_externalLut = nullptr;
-    char m_colorMapName[128];
-    char m_lutName[128];
-    int32_t m_hasExternalColorMap = 0;
-    int32_t m_hasExternalLut = 0;
-    int32_t m_colorResult = 0;
-    struct Frame {
-        int32_t left, row, width, height, x, y, columns, rows;
-        double scaleX, scaleY;
-        int32_t runningY;
-    } m_frame = {0, 0, 0, 0, 0, 0, 0, 0, 1.0, 1.0, 0};  // kept for a display step that is gone
-    int32_t m_lastRow = -1;
-    int32_t m_nextRow = 0;
-    int32_t m_outRow = 0;
-    int32_t m_singleBuffers = 0;
-    int32_t m_streamState = 0;
+    /* The read in progress, with its Image record and display state. */
+    RgbaPipeline m_pipeline;
     uint8_t m_geoTried = 0;
     uint8_t m_geoValid = 0;
     double m_geoReference[6] = {0, 0, 0, 0, 0, 0};
@@ -136,9 +114,6 @@ private:
     int32_t m_clipWidth = 0;
     int32_t m_clipHeight = 0;
     double m_scale = 1.0;
-    int32_t m_resultX = 0;
-    int32_t m_resultY = 0;
-    int32_t m_resultHeight = 0;
 };
 
 #endif

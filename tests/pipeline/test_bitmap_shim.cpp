@@ -1,4 +1,4 @@
-// The bitmap shim with an image object, another object and no owner.
+// The bitmap shim with a read's display state, some other object and no owner.
 
 #include <gtest/gtest.h>
 
@@ -7,15 +7,10 @@
 
 #include "channel/buffers.h"
 #include "channel/channel.h"
-#include "objects/image_impl.h"
+#include "pipeline/rgba_pipeline.h"
 #include <tarnimage/bitmap_shim.h>
 
 namespace {
-
-struct OtherObject : ITarnRefCnt {
-    long addRef() override { return 1; }
-    long release() override { return 0; }
-};
 
 struct ShimImage {
     ShimImage() {
@@ -28,12 +23,13 @@ struct ShimImage {
     Image image;
 };
 
-TEST(BitmapShim, AnImageObjectIsItsOwnBitmap) {
-    CIImageImpl object;
-    object.m_bitmapDepth = 32;
-    object.m_resultWidth = 10;
-    object.m_rowBuffer = static_cast<uint8_t*>(malloc(10 * 4 * 3));  // freed by the object
-    void* owner = &object;
+TEST(BitmapShim, TheDisplayStateIsTheBitmap) {
+    RgbaPipeline pipeline;
+    rgba_init(&pipeline);
+    DisplayState& screen = pipeline.display;
+    screen.result_width = 10;
+    screen.row_buffer = static_cast<uint8_t*>(malloc(10 * 4 * 3));  // freed by rgba_release
+    void* owner = &screen;
     EXPECT_EQ(TarnImage_CreateBitmap(owner, 10, 16), owner);
     EXPECT_EQ(TarnImage_GetBitmapBytesPerLine(owner), 40);
 
@@ -41,29 +37,27 @@ TEST(BitmapShim, AnImageObjectIsItsOwnBitmap) {
     ASSERT_EQ(tarn_screen_init(owner, &s.image, 0), 1);
     EXPECT_EQ(s.image.screen_depth, 32);
     ASSERT_EQ(allocate_display_buffer(owner, &s.image, 0, 0), 1);
-    EXPECT_EQ(s.image.bitmap_bits, object.m_rowBuffer);
+    EXPECT_EQ(s.image.bitmap_bits, screen.row_buffer);
+    EXPECT_EQ(s.image.repack, repack_32to32);
     ASSERT_EQ(allocate_2d_display_buffer(owner, &s.image, 0, 10, 3), 1);
-    EXPECT_EQ(s.image.bitmap_rows[2], object.m_rowBuffer + 80);
+    EXPECT_EQ(s.image.bitmap_rows[2], screen.row_buffer + 80);
 
-    // Each display depth has its repacker; others are refused.
-    const struct { int depth; ImageRepackFunc repack; } depths[] = {
-        {1, repack_32to1}, {4, repack_32to4}, {6, repack_32to6}, {8, repack_32to8},
-        {16, repack_32to16}, {24, repack_32to24}, {32, repack_32to32}};
-    for (const auto& d : depths) {
-        object.m_bitmapDepth = d.depth;
-        EXPECT_EQ(set_image_repack(owner, &s.image), 1);
-        EXPECT_EQ(s.image.repack, d.repack) << d.depth;
-    }
-    object.m_bitmapDepth = 12;
+    // A screen depth without a repacker is refused, and the buffer set-up goes on.
+    screen.bitmap_depth = 12;
     EXPECT_EQ(set_image_repack(owner, &s.image), -1);
-    EXPECT_EQ(allocate_display_buffer(owner, &s.image, 0, 1), 1);  // the refusal is ignored
+    EXPECT_EQ(allocate_display_buffer(owner, &s.image, 0, 1), 1);
     free_all_display_buffers(&s.image);
     EXPECT_EQ(s.image.bitmap, nullptr);
+
+    const int pair[2] = {5, 7};
+    TarnImage_SetBitmapFrame(owner, nullptr, pair);
+    EXPECT_EQ(screen.frame_x + screen.frame_y, 12);
+    rgba_release(&pipeline);
 }
 
 TEST(BitmapShim, OtherOwnersGetATrueColourScreenWithoutBuffer) {
-    OtherObject other;
-    for (void* owner : {static_cast<void*>(&other), static_cast<void*>(nullptr)}) {
+    uint32_t other[16] = {1, 2, 3};
+    for (void* owner : {static_cast<void*>(other), static_cast<void*>(nullptr)}) {
         EXPECT_EQ(TarnImage_GetBitmapDepth(owner), 32);
         EXPECT_EQ(TarnImage_GetBitmapBuffer(owner), nullptr);
         ShimImage s;

@@ -1,23 +1,22 @@
-// The bitmap shim: where a screen layer once drew, the image object itself is
-// the bitmap, and its row buffer is the bitmap's memory.
+// The bitmap shim: the colour and buffer code asks a screen for its depth, its
+// colours and a row buffer to draw on. The screen is the read's display state,
+// a true-colour screen whose bitmap is its one row buffer.
 
 #include <tarnimage/bitmap_shim.h>
 
 #include <string.h>
 
-#include "objects/image_impl.h"
+#include "pipeline/rgba_pipeline.h"
 
 namespace {
 
 constexpr int kTrueColourDepth = 32;
 constexpr int kTrueColourCount = 0x1000000;
 
-// Owners reach here as `this` through void*; every object's first base derives
-// from ITarnRefCnt, so that address is an ITarnRefCnt and dynamic_cast tells an
-// image object from a band stream.
-CIImageImpl* image_owner(void* owner) {
+DisplayState* display_state(void* owner) {
     if (!owner) return nullptr;
-    return dynamic_cast<CIImageImpl*>(static_cast<ITarnRefCnt*>(owner));
+    DisplayState* state = static_cast<DisplayState*>(owner);
+    return state->magic == kDisplayMagic ? state : nullptr;
 }
 
 }  // namespace
@@ -27,36 +26,36 @@ extern "C" {
 void* TarnImage_CreateBitmap(void* owner, int, int) { return owner; }
 
 int TarnImage_GetBitmapDepth(void* owner) {
-    CIImageImpl* image = image_owner(owner);
-    return image ? image->m_bitmapDepth : kTrueColourDepth;
+    DisplayState* state = display_state(owner);
+    return state ? state->bitmap_depth : kTrueColourDepth;
 }
 
 int TarnImage_GetBitmapBitsPerPixel(void* owner) { return TarnImage_GetBitmapDepth(owner); }
 
 void* TarnImage_GetBitmapBuffer(void* owner) {
-    CIImageImpl* image = image_owner(owner);
-    return image ? image->m_rowBuffer : nullptr;
+    DisplayState* state = display_state(owner);
+    return state ? state->row_buffer : nullptr;
 }
 
 int TarnImage_GetBitmapBytesPerLine(void* owner) {
-    CIImageImpl* image = image_owner(owner);
-    if (!image) return 0;
-    long long bits = static_cast<long long>(image->m_resultWidth) * image->m_bitmapDepth;
+    DisplayState* state = display_state(owner);
+    if (!state) return 0;
+    long long bits = static_cast<long long>(state->result_width) * state->bitmap_depth;
     return static_cast<int>(((bits + 31) / 32) * 4);
 }
 
 void TarnImage_DescribeColorMap(void* owner, int* colours, int* levels, int* free_count) {
-    CIImageImpl* image = image_owner(owner);
+    DisplayState* state = display_state(owner);
     if (free_count) *free_count = 0;
-    if (colours) *colours = image ? image->m_colorCount2 : kTrueColourCount;
-    if (levels) *levels = image ? image->m_colorCount : kTrueColourCount;
+    if (colours) *colours = state ? state->colour_count2 : kTrueColourCount;
+    if (levels) *levels = state ? state->colour_count : kTrueColourCount;
 }
 
 void TarnImage_SetBitmapFrame(void* owner, void*, const int* pair) {
-    CIImageImpl* image = image_owner(owner);
-    if (!image || !pair) return;
-    image->m_frameX = pair[0];
-    image->m_frameY = pair[1];
+    DisplayState* state = display_state(owner);
+    if (!state || !pair) return;
+    state->frame_x = pair[0];
+    state->frame_y = pair[1];
 }
 
 double TarnImage_QueryBitmapResFactor(void*) { return 1.0; }
