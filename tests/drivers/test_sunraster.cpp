@@ -61,10 +61,14 @@ const tarntest::DriverSuite& suite() {
         // Windows narrower than the image, rows with gaps; band 7 of a
         // true-colour file is out of range, so the first.
         s.windows = {
-            {"sunraster/std-grey-8bit-38x6.ras", 1, 3, 20, 1, 2},   {"sunraster/rle-grey-8bit-38x6.ras", 1, 30, 37, 0, 1},
-            {"sunraster/rle-palette-8bit-37x5.ras", 1, 10, 30, 1, 3}, {"sunraster/rle-rgb-24bit-29x15.ras", 3, 1, 27, 0, 4},
-            {"sunraster/rle-rgb-32bit-13x7.ras", 7, 4, 9, 3, 1},    {"sunraster/std-bw-1bit-70x6.ras", 1, 8, 47, 1, 1},
-            {"sunraster/rle-bw-1bit-70x6.ras", 1, 16, 69, 0, 2},    {"sunraster/rle-bw-1bit-37x5.ras", 1, 32, 36, 1, 1},
+            {"sunraster/std-grey-8bit-38x6.ras", 1, 3, 20, 1, 2},
+            {"sunraster/rle-grey-8bit-38x6.ras", 1, 30, 37, 0, 1},
+            {"sunraster/rle-palette-8bit-37x5.ras", 1, 10, 30, 1, 3},
+            {"sunraster/rle-rgb-24bit-29x15.ras", 3, 1, 27, 0, 4},
+            {"sunraster/rle-rgb-32bit-13x7.ras", 7, 4, 9, 3, 1},
+            {"sunraster/std-bw-1bit-70x6.ras", 1, 8, 47, 1, 1},
+            {"sunraster/rle-bw-1bit-70x6.ras", 1, 16, 69, 0, 2},
+            {"sunraster/rle-bw-1bit-37x5.ras", 1, 32, 36, 1, 1},
         };
         s.broken = {
             {"run-encoded file cut short", sun_raster(4, 3, 8, 2, {1, 2, 3, 4, 128, 3, 7, 9}), 1, 1, {1, 1, -1}},
@@ -72,7 +76,8 @@ const tarntest::DriverSuite& suite() {
             {"run past the end of the last row", sun_raster(2, 2, 8, 2, {1, 2, 128, 9, 7}), 1, 1, {1, -1}},
             {"run-encoded file with no rows at all", sun_raster(2, 2, 8, 2, {}), 1, -1, {}},
             {"plain file cut short", sun_raster(4, 3, 8, 1, {1, 2, 3, 4, 5, 6}), 1, 1, {1, -1, -1}},
-            {"colour map longer than the file", sun_raster(2, 1, 8, 1, {1, 2}, 1, {1, 2, 3}, kFromData, 900), 1, -1, {}},
+            {"colour map longer than the file", sun_raster(2, 1, 8, 1, {1, 2}, 1, {1, 2, 3}, kFromData, 900), 1, -1,
+             {}},
             {"negative colour map length", sun_raster(2, 1, 8, 1, {1, 2}, 1, {}, kFromData, -6), 1, -1, {}},
             {"raw colour map", sun_raster(2, 1, 8, 1, {1, 2}, 2, {1, 2, 3}), 1, -1, {}},
             {"negative height", sun_raster(4, -3, 8, 1, Bytes(10)), -1, -1, {}},
@@ -81,8 +86,9 @@ const tarntest::DriverSuite& suite() {
             {"raster beyond 4 GiB", sun_raster(65536, 65537, 8, 2, Bytes(10)), -1, -1, {}},
             {"one row larger than the file", sun_raster(100000, 1, 8, 1, Bytes(100)), 1, -1, {}},
             {"depth 4, which is reported but not read", sun_raster(4, 2, 4, 1, Bytes(4)), 1, -1, {}},
-            {"depth 64", sun_raster(1, 2, 64, 1, Bytes(32)), 1, -1, {}},
-            {"header shorter than 32 bytes", Bytes{0x59, 0xa6, 0x6a, 0x95, 0, 0, 0, 4}, -1, -1, {}},
+            {"depth 64", sun_raster(1, 2, 64, 1, Bytes(32)), 1, -1, {}, kSun},
+            {"header shorter than 32 bytes", Bytes{0x59, 0xa6, 0x6a, 0x95, 0, 0, 0, 4}, -1, -1, {},
+             kSun},  // identified by the magic number alone
             {"encoding 3 (RGB-ordered): no row reader", sun_raster(2, 2, 24, 3, Bytes(12, 9)), 1, 1, {-1, -1}},
             {"encoding -1", sun_raster(2, 2, 8, -1, Bytes(4, 9)), 1, 1, {-1}},
         };
