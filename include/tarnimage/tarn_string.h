@@ -56,7 +56,7 @@ private:
     alignas(void*) unsigned char m_storage[64];
 };
 
-/* Kept for the older interfaces that take an 8-bit string. */
+/* The name interfaces that take an 8-bit string use; one class serves both. */
 typedef CTarnUString CTarnString;
 
 #endif

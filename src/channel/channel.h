@@ -1,7 +1,7 @@
 #ifndef TARN_CHANNEL_CHANNEL_H
 #define TARN_CHANNEL_CHANNEL_H
 
-/* The Image record's life: reset, open by type code, close; and the older
+/* The Image record's life: reset, open by type code, close; and the flat
  * channel interface with its accessors. */
 
 #include <tarnimage/channel.h>

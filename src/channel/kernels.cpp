@@ -126,8 +126,8 @@ constexpr long kLutWords = kNameWords + 1 + 3 * kChannelWords;
 
 // The multi-band scalers walk their band arrays by column. Column i uses
 // minimum word i and scale word i + 6 of this view, so columns past the third
-// read on into the following fields, as the scalers always have; the view
-// ends in zeros instead of leaving the records.
+// take the words of the fields that follow in the records; the view ends in
+// zeros, so no column reads past them.
 template <typename T>
 void scale_multi(Image* image, T** planes, uint32_t (*scale)(uint32_t, uint32_t, float)) {
     bool scaled[3] = {false, false, false};
@@ -358,7 +358,6 @@ void ResampleCMap32BitBuf(Image* image) { resample_cmap_row(image, image->row32)
 void ResampleCMapInPlace(Image* image) { Resample_Color_Lookup(image, image->out_cols); }
 
 void ResampleNoOp(Image*) {}
-void Resample_No_Op(Image*) {}
 
 void Resample_Firstfit_8(Image* image, const int32_t* index, int count) {
     firstfit_row(image, image->row8, index, count);

@@ -56,7 +56,6 @@ void ResampleCMap16BitBuf(Image* image);
 void ResampleCMap32BitBuf(Image* image);
 void ResampleCMapInPlace(Image* image);
 void ResampleNoOp(Image* image);
-void Resample_No_Op(Image* image);
 
 /* Members with a given index array and count, for the display pipeline. */
 void Resample_Firstfit_8(Image* image, const int32_t* index, int count);

@@ -1,5 +1,5 @@
 // Built-in formats whose readers are not written yet: ERDAS LAN and GIS, the
-// BIL, BIP and BSQ family, the older TIFF driver, ADRG and BMP. Identification
+// BIL, BIP and BSQ family, the built-in TIFF strip reader, ADRG and BMP. Identification
 // already knows them, so a file of theirs is taken and then fails cleanly at
 // open; each reader that lands takes its row and probes into a file of its own.
 //

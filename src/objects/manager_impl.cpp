@@ -8,12 +8,9 @@
 #include "platform/dir_browser.h"
 #include "udf/udf.h"
 
-namespace {
-
-std::mutex m_InitMutex;
-int32_t m_managers = 0;
-
-}  // namespace
+// Guards the count of live managers and the drivers' start and stop.
+std::mutex CIntegratorManagerImpl::m_InitMutex;
+int32_t CIntegratorManagerImpl::m_managers = 0;
 
 CIntegratorManagerImpl::CIntegratorManagerImpl() {
     std::lock_guard<std::mutex> guard(m_InitMutex);

@@ -1,6 +1,7 @@
 #ifndef TARN_OBJECTS_MANAGER_IMPL_H
 #define TARN_OBJECTS_MANAGER_IMPL_H
 
+#include <mutex>
 #include <stdint.h>
 
 #include <tarnimage/interfaces.h>
@@ -35,6 +36,8 @@ public:
 private:
     void admit(const CTarnUString& path);
 
+    static std::mutex m_InitMutex;
+    static int32_t m_managers;
     int32_t m_refCount = 1;
     CIImageImpl** m_images = nullptr;
     int32_t m_imageCount = 0;

@@ -184,7 +184,7 @@ TEST(ContentTests, TiffMagicInEitherOrder) {
         fclose(fp);
     }
     EXPECT_EQ(check_format_TIFF(nullptr), 0);
-    // GDAL's TIFFs pass, yet never take the older TIFF type.
+    // GDAL's TIFFs pass, yet never take the built-in TIFF strip type.
     EXPECT_NE(identify(fixture("geotiff-be-grey-7x5.tif")).type, 7);
 }
 

@@ -32,7 +32,7 @@ TEST(ImageProperties, AnswersByTypeCode) {
         EXPECT_EQ(nb < 0 ? -1 : bands, c.bands);
         EXPECT_EQ(dp < 0 ? -1 : depth, c.depth);
     }
-    // Even a real Sun raster given the older TIFF code.
+    // Even a real Sun raster given the TIFF strip type.
     std::string sun = tarntest::data_path("sunraster/std-grey-8bit-13x7.ras");
     int rows, columns, bands, depth;
     EXPECT_EQ(get_image_info(7, sun.c_str(), &rows, &columns, &bands, &depth), -1);

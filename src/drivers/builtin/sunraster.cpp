@@ -516,7 +516,7 @@ int Get_Sun_Decompressed_Bytes(Image* image, int row, int row_bytes, int first_b
             out[pos - first] = unit.value;
         } else if (unit.pair) {
             // Tested against pos + 2, so a pair ending exactly on the last byte
-            // stores only its first byte; files decode this way by design.
+            // stores only its first byte, and the row's last byte keeps its value.
             if (pos + 2 <= last) {
                 out[pos - first] = kEscape;
                 out[pos - first + 1] = kEscape;
