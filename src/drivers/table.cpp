@@ -8,22 +8,15 @@
 #include "platform/tarn_paths.h"
 #include <tarnimage/tarn_file.h>
 
-extern const ImageDriver driver_IMPELL;
-extern const ImageDriver driver_SUNRASTER;
-extern const ImageDriver driver_ERDAS;
-extern const ImageDriver driver_GRASS;
-extern const ImageDriver driver_SVF;
-extern const ImageDriver driver_LATTICE;
-extern const ImageDriver driver_BMP;
-extern const ImageDriver driver_BIL;
-extern const ImageDriver driver_BIP;
-extern const ImageDriver driver_BSQ;
-extern const ImageDriver driver_ADRG;
-extern const ImageDriver driver_TIFF;
-extern const ImageDriver driver_GRID;
-extern const ImageDriver driver_IMAGINE;
-extern const ImageDriver driver_GRAFILE;
-extern const ImageDriver driver_UDF;
+// The rows in binding order. The grid claim is asked before any file is
+// opened, so it leads; the rows after ADRG have no probe that identification
+// asks. A new format is one file with its row plus one name here.
+#define TARN_DRIVER_ROWS(X)                                                                      \
+    X(GRID) X(SAME) X(IMPELL) X(SUNRASTER) X(ERDAS) X(GRASS) X(SVF) X(LATTICE) X(BMP) X(BIL)      \
+    X(BIP) X(BSQ) X(ADRG) X(TIFF) X(IMAGINE) X(GRAFILE) X(UDF)
+
+#define TARN_DECLARE_ROW(name) extern const ImageDriver driver_##name;
+TARN_DRIVER_ROWS(TARN_DECLARE_ROW)
 
 // The keyword table's first row, "SAME": no format of its own, and a keyword
 // that only type_from_keyword knows.
@@ -38,14 +31,8 @@ const ImageDriver driver_SAME = {
 
 namespace {
 
-// The grid claim is asked before any file is opened, so it leads; the rows
-// after ADRG have no probe that identification asks.
-const ImageDriver* const kDrivers[] = {
-    &driver_GRID,    &driver_SAME,    &driver_IMPELL, &driver_SUNRASTER, &driver_ERDAS,
-    &driver_GRASS,   &driver_SVF,     &driver_LATTICE, &driver_BMP,      &driver_BIL,
-    &driver_BIP,     &driver_BSQ,     &driver_ADRG,   &driver_TIFF,      &driver_IMAGINE,
-    &driver_GRAFILE, &driver_UDF,
-};
+#define TARN_ROW_ADDRESS(name) &driver_##name,
+const ImageDriver* const kDrivers[] = {TARN_DRIVER_ROWS(TARN_ROW_ADDRESS)};
 
 const ImageDriver* const* g_table = kDrivers;
 size_t g_count = sizeof kDrivers / sizeof kDrivers[0];
