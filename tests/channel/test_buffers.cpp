@@ -135,47 +135,6 @@ TEST(DisplayBuffer, HeightsByModeAndReplacedRowIndex) {
     EXPECT_EQ(allocate_2d_display_buffer(nullptr, &r.image, 0, 8, 0), -1);
 }
 
-TEST(ClyrBuffers, GridBuffersAllocateAndFreeByTheRecord) {
-    Record r;
-    r.image.depth = 16;
-    EXPECT_EQ(allocate_clyr_internal_buffers(&r.image, 0, 1.0f, 1.0f), -1);  // no record
-    EXPECT_EQ(free_clyr_buffers(&r.image), -1);
-    ASSERT_EQ(image_clyr_make(&r.image), 1);
-    GridClyr* clyr = static_cast<GridClyr*>(r.image.clyr);
-    clyr->cells_across = 50;
-    clyr->cells_down = 10;
-    clyr->block_width = 8;
-    clyr->block_height = 16;
-    ASSERT_EQ(allocate_clyr_internal_buffers(&r.image, 0, 2.0f, 1.0f), 1);
-    EXPECT_EQ(clyr->buffer_width, 50);   // twice 50 / 2 beats twice 8
-    EXPECT_EQ(clyr->buffer_height, 32);  // twice 16 beats twice 10 / 1
-    static_cast<uint32_t**>(static_cast<void*>(clyr->samples))[31][49] = 7;  // words above 8 bits
-    clyr->words[31][49] = 7;
-    EXPECT_EQ(free_clyr_buffers(&r.image), 1);
-    EXPECT_EQ(free_clyr_buffers(&r.image), 1);
-
-    ASSERT_EQ(allocate_clyr_multi_intrnl_buf(&r.image, 0, 0.0f, 0.0f), 1);
-    EXPECT_NE(clyr->msamples[2], nullptr);
-    free_clyr_multi_buffers(&r.image);
-    free_clyr_multi_buffers(&r.image);
-
-    clyr->screen_width = 20;
-    clyr->screen_height = 4;
-    ASSERT_EQ(allocate_clyr_multi_graphic_buf(&r.image, 's'), 1);
-    clyr->graphic[3][3][19] = 1;
-    free_clyr_multi_graphic_buffers(&r.image);
-    free_clyr_multi_graphic_buffers(&r.image);
-    EXPECT_EQ(allocate_clyr_graphic_buffers(&r.image, 'x'), -1);
-
-    // Sizes from a broken grid header are refused, not allocated.
-    clyr->cells_across = 2000000000;
-    EXPECT_EQ(allocate_clyr_internal_buffers(&r.image, 0, 0.001f, 1.0f), -1);
-
-    set_clyr_display_buffer(&r.image, 6, 3);
-    ASSERT_EQ(allocate_clyr_display_buffer(nullptr, &r.image), 1);
-    EXPECT_EQ(r.image.bitmap_height, 3);
-}
-
 TEST(Repack, WordsToDisplayDepths) {
     uint32_t source[2] = {0x00112233, 0xAABBCCDD};
     uint8_t out24[6];

@@ -44,22 +44,6 @@ TEST(ImageOpen, TypesWithoutADriverAreRefused) {
     }
 }
 
-TEST(Channel, AccessorsAnswerMinusOneOutsideAnOpen) {
-    FreshImage fresh;
-    Image* image = fresh.image;
-    image->rows = 10;
-    image->columns = 20;
-    for (auto accessor : {image_rows, image_columns, image_bandgap, image_depth, image_nbands, image_type})
-        EXPECT_EQ(accessor(image), -1);
-    setrd_on(image, 2);
-    EXPECT_EQ(image_rows(image), 10);
-    EXPECT_EQ(image_columns(image), 20);
-    image->nbands = 0;
-    EXPECT_EQ(image_nbands(image), 1);
-    setrd_off(image);
-    EXPECT_EQ(image_rows(image), -1);
-}
-
 TEST(Channel, OpenModesAndSecondOpen) {
     FreshImage fresh;
     EXPECT_EQ(open_image_channel(fresh.image, "/nonexistent/x", 'w', 2, 1), -1);

@@ -1,7 +1,7 @@
 #!/bin/sh
 # Reference colour-space conversions from Python's colorsys, for
-# tests/colour/test_colormap.cpp, which checks its double-precision port of
-# colorsys against this table. Each row is r g b (0-255) and
+# tests/colour/test_colormap.cpp, which checks the library's conversions in
+# both directions against this table. Each row is r g b (0-255) and
 # colorsys.rgb_to_hsv(r/255, g/255, b/255) as h s v to six decimals: a few
 # chosen edges (greys, primaries, hues either side of 0), then LCG colours.
 # The script also checks that colorsys.hsv_to_rgb of the stored h s v gives
