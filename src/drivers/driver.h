@@ -77,40 +77,58 @@ enum DriverColourForm {
     COLOURS_UNRANGED,    /* the range lives elsewhere: first and last 0 */
 };
 
+/* Every member but the type defaults to nothing, so a row names only what its
+ * format has: `{.type = 2, .keyword = "SUNRASTER", .open = ...}`. */
 struct ImageDriver {
-    int32_t type;
-    const char* keyword;
-    uint32_t flags;
+    int32_t type = -1;
+    const char* keyword = nullptr;
+    uint32_t flags = 0;
     /* Lower-case suffixes with their dot; the first is the one name_from_type adds. */
-    const char* suffixes[4];
+    const char* suffixes[4] = {};
 
-    DriverNameClaim claims_name;     /* asked before the file is even opened */
-    DriverContentProbe check;        /* first bytes; rewinds the file itself */
-    DriverNameProbe extend_and_check;
+    DriverNameClaim claims_name = nullptr;     /* asked before the file is even opened */
+    DriverContentProbe check = nullptr;        /* first bytes; rewinds the file itself */
+    DriverNameProbe extend_and_check = nullptr;
 
-    DriverOpenFunc open;
-    DriverMultiOpenFunc open_multi;
-    DriverImageFunc close;           /* null: the record's file handle is closed */
-    DriverImageFunc close_multi;
-    DriverImageFunc clear_header;    /* null: nothing to clear, 1 */
+    DriverOpenFunc open = nullptr;
+    DriverMultiOpenFunc open_multi = nullptr;
+    DriverImageFunc close = nullptr;           /* null: the record's file handle is closed */
+    DriverImageFunc close_multi = nullptr;
+    DriverImageFunc clear_header = nullptr;    /* null: nothing to clear, 1 */
 
-    DriverInfoFunc get_info;
-    DriverExtentFunc read_extent;
-    DriverValueFunc read_nbands;
-    DriverValueFunc get_depth;
-    DriverTransformFunc read_header_trans;
+    DriverInfoFunc get_info = nullptr;
+    DriverExtentFunc read_extent = nullptr;
+    DriverValueFunc read_nbands = nullptr;
+    DriverValueFunc get_depth = nullptr;
+    DriverTransformFunc read_header_trans = nullptr;
 
-    DriverImageFunc init_row_io;
-    DriverImageFunc setup_runio;     /* null: no run mode, -1 */
-    DriverImageFunc isok_runio;      /* null: 0 */
-    DriverImageFunc map_window;      /* after the window is set */
-    DriverStoreFunc store_colormap;  /* null: -1 */
-    DriverStoreFunc store_lut;
+    DriverImageFunc init_row_io = nullptr;
+    DriverImageFunc setup_runio = nullptr;     /* null: no run mode, -1 */
+    DriverImageFunc isok_runio = nullptr;      /* null: 0 */
+    DriverImageFunc map_window = nullptr;      /* after the window is set */
+    DriverStoreFunc store_colormap = nullptr;  /* null: -1 */
+    DriverStoreFunc store_lut = nullptr;
 
-    DriverColourForm colour_form;
-    int32_t reserved_colours;        /* entries image_colors leaves out */
-    int32_t colormap_skip;           /* entries get_image_colormap skips */
+    DriverColourForm colour_form = COLOURS_PLAIN;
+    int32_t reserved_colours = 0;              /* entries image_colors leaves out */
+    int32_t colormap_skip = 0;                 /* entries get_image_colormap skips */
 };
+
+/* The opens keep the signatures their formats need; these give them the
+ * table's. */
+template <int (*Open)(Image*, const char*, int)>
+int open_without_band(Image* image, const char* name, int, int display, int, char*, char*) {
+    return Open(image, name, display);
+}
+template <int (*Open)(Image*, const char*, int, int)>
+int open_one_band(Image* image, const char* name, int band, int display, int, char*, char*) {
+    return Open(image, name, band, display);
+}
+template <int (*Open)(Image*, const char*, int, int, int, int)>
+int open_three_bands(Image* image, const char* name, int red, int green, int blue, int display, int,
+                     char*, char*) {
+    return Open(image, name, red, green, blue, display);
+}
 
 /* The row for a type code, or null. */
 const ImageDriver* find_image_driver(int type);

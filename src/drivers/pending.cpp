@@ -142,13 +142,6 @@ int extend_and_check_if_ADRG(const std::string& stem, std::string& candidate) {
 
 namespace {
 
-int open_erdas(Image* image, const char* name, int band, int display, int, char*, char*) {
-    return open_ERDAS(image, name, band, display);
-}
-int open_multi_erdas(Image* image, const char* name, int red, int green, int blue, int display,
-                     int, char*, char*) {
-    return open_multi_ERDAS(image, name, red, green, blue, display);
-}
 int open_standard(Image* image, const char* name, int band, int display, int type, char*, char*) {
     return open_STANDARD(image, name, band, display, type);
 }
@@ -156,78 +149,51 @@ int open_multi_standard(Image* image, const char* name, int red, int green, int 
                         int type, char*, char*) {
     return open_multi_STANDARD(image, name, red, green, blue, display, type);
 }
-int open_multi_tiff(Image* image, const char* name, int red, int green, int blue, int display,
-                    int, char*, char*) {
-    return open_multi_TIFF(image, name, red, green, blue, display);
-}
-int open_adrg(Image* image, const char* name, int band, int display, int, char*, char*) {
-    return open_ADRG(image, name, band, display);
-}
-int open_multi_adrg(Image* image, const char* name, int red, int green, int blue, int display,
-                    int, char*, char*) {
-    return open_multi_ADRG(image, name, red, green, blue, display);
-}
-int open_bmp(Image* image, const char* name, int band, int display, int, char*, char*) {
-    return open_BMP(image, name, band, display);
-}
-int open_multi_bmp(Image* image, const char* name, int red, int green, int blue, int display, int,
-                   char*, char*) {
-    return open_multi_BMP(image, name, red, green, blue, display);
-}
 
 }  // namespace
 
 // A .gis or .lan that fails the content probe is not rejected: it goes on to
 // the later rows and tests.
 extern const ImageDriver driver_ERDAS = {
-    3, "ERDAS", DRIVER_NAMED_BY_SUFFIX | DRIVER_SUFFIX_NEEDS_CONTENT, {".gis", ".lan"},
-    nullptr, check_format_ERDAS, extend_and_check_if_ERDAS,
-    open_erdas, open_multi_erdas, nullptr, nullptr, nullptr,
-    nullptr, nullptr, nullptr, nullptr, nullptr,
-    nullptr, nullptr, nullptr, nullptr, nullptr, nullptr,
-    COLOURS_PLAIN, 0, 0,
+    .type = 3, .keyword = "ERDAS", .flags = DRIVER_NAMED_BY_SUFFIX | DRIVER_SUFFIX_NEEDS_CONTENT,
+    .suffixes = {".gis", ".lan"}, .check = check_format_ERDAS,
+    .extend_and_check = extend_and_check_if_ERDAS, .open = open_one_band<open_ERDAS>,
+    .open_multi = open_three_bands<open_multi_ERDAS>,
 };
 
 // Three layouts of one driver, told apart by their type codes.
-#define STANDARD_ROW(code, keyword, suffix, probe, extend)                                      \
-    {code, keyword, DRIVER_NAMED_BY_SUFFIX, {suffix},                                          \
-     nullptr, probe, extend,                                                                   \
-     open_standard, open_multi_standard, nullptr, nullptr, clrrd_STANDARD_hdr,                 \
-     nullptr, nullptr, nullptr, nullptr, nullptr,                                              \
-     nullptr, nullptr, nullptr, nullptr, nullptr, nullptr,                                     \
-     COLOURS_RANGED, 1, 0}
-extern const ImageDriver driver_BIL = STANDARD_ROW(8, "BIL", ".bil", check_format_BIL, extend_and_check_if_BIL);
-extern const ImageDriver driver_BIP = STANDARD_ROW(9, "BIP", ".bip", check_format_BIP, extend_and_check_if_BIP);
-extern const ImageDriver driver_BSQ = STANDARD_ROW(11, "BSQ", ".bsq", check_format_BSQ, extend_and_check_if_BSQ);
+#define STANDARD_ROW(code, name, suffix)                                                       \
+    {.type = code, .keyword = #name, .flags = DRIVER_NAMED_BY_SUFFIX, .suffixes = {suffix},   \
+     .check = check_format_##name, .extend_and_check = extend_and_check_if_##name,            \
+     .open = open_standard, .open_multi = open_multi_standard,                                \
+     .clear_header = clrrd_STANDARD_hdr, .colour_form = COLOURS_RANGED, .reserved_colours = 1}
+extern const ImageDriver driver_BIL = STANDARD_ROW(8, BIL, ".bil");
+extern const ImageDriver driver_BIP = STANDARD_ROW(9, BIP, ".bip");
+extern const ImageDriver driver_BSQ = STANDARD_ROW(11, BSQ, ".bsq");
 #undef STANDARD_ROW
 
 // Identification never gives this code: a TIFF on disk goes to the registered
 // TIFF driver. Only an explicit open with the code reaches it.
 extern const ImageDriver driver_TIFF = {
-    7, "TIFF", DRIVER_RESAMPLES_ROWS | DRIVER_RESAMPLES_MULTI_ROWS, {".tif"},
-    nullptr, nullptr, nullptr,
-    nullptr, open_multi_tiff, close_TIFF, close_TIFF, clrrd_TIFF_hdr,
-    nullptr, nullptr, nullptr, nullptr, nullptr,
-    nullptr, setup_runio_TIFF, isok_runio_TIFF, nullptr, nullptr, nullptr,
-    COLOURS_PLAIN, 0, 0,
+    .type = 7, .keyword = "TIFF", .flags = DRIVER_RESAMPLES_ROWS | DRIVER_RESAMPLES_MULTI_ROWS,
+    .suffixes = {".tif"}, .open_multi = open_three_bands<open_multi_TIFF>, .close = close_TIFF,
+    .close_multi = close_TIFF, .clear_header = clrrd_TIFF_hdr, .setup_runio = setup_runio_TIFF,
+    .isok_runio = isok_runio_TIFF,
 };
 
 extern const ImageDriver driver_ADRG = {
-    13, "ADRG", DRIVER_NO_EXTENSION_TYPE | DRIVER_NEEDS_COMPANION | DRIVER_BYTE_RAMP,
-    {".img", ".cph", ".ovr"},
-    nullptr, nullptr, extend_and_check_if_ADRG,
-    open_adrg, open_multi_adrg, close_ADRG, close_ADRG, clrrd_ADRG_hdr,
-    nullptr, nullptr, constant_property<3>, constant_property<8>, nullptr,
-    nullptr, nullptr, nullptr, nullptr, nullptr, nullptr,
-    COLOURS_PLAIN, 0, 0,
+    .type = 13, .keyword = "ADRG",
+    .flags = DRIVER_NO_EXTENSION_TYPE | DRIVER_NEEDS_COMPANION | DRIVER_BYTE_RAMP,
+    .suffixes = {".img", ".cph", ".ovr"}, .extend_and_check = extend_and_check_if_ADRG,
+    .open = open_one_band<open_ADRG>, .open_multi = open_three_bands<open_multi_ADRG>,
+    .close = close_ADRG, .close_multi = close_ADRG, .clear_header = clrrd_ADRG_hdr,
+    .read_nbands = constant_property<3>, .get_depth = constant_property<8>,
 };
 
 // suffname does not know ".BMP", although it is a built-in suffix everywhere else.
 extern const ImageDriver driver_BMP = {
-    14, "BMP", DRIVER_NAMED_BY_SUFFIX | DRIVER_SUFFIX_UNLISTED, {".bmp"},
-    nullptr, check_format_BMP, extend_and_check_if_BMP,
-    open_bmp, open_multi_bmp, nullptr, nullptr, clrrd_BMP_hdr,
-    nullptr, nullptr, nullptr, nullptr, nullptr,
-    initialize_BMPRow_IO, nullptr, nullptr, nullptr, nullptr, nullptr,
-    COLOURS_PLAIN, 0, 0,
+    .type = 14, .keyword = "BMP", .flags = DRIVER_NAMED_BY_SUFFIX | DRIVER_SUFFIX_UNLISTED,
+    .suffixes = {".bmp"}, .check = check_format_BMP, .extend_and_check = extend_and_check_if_BMP,
+    .open = open_one_band<open_BMP>, .open_multi = open_three_bands<open_multi_BMP>,
+    .clear_header = clrrd_BMP_hdr, .init_row_io = initialize_BMPRow_IO,
 };

@@ -20,14 +20,7 @@ TARN_DRIVER_ROWS(TARN_DECLARE_ROW)
 
 // The keyword table's first row, "SAME": no format of its own, and a keyword
 // that only type_from_keyword knows.
-const ImageDriver driver_SAME = {
-    0, "SAME", DRIVER_KEYWORD_UNNAMED, {},
-    nullptr, nullptr, nullptr,
-    nullptr, nullptr, nullptr, nullptr, nullptr,
-    nullptr, nullptr, nullptr, nullptr, nullptr,
-    nullptr, nullptr, nullptr, nullptr, nullptr, nullptr,
-    COLOURS_PLAIN, 0, 0,
-};
+const ImageDriver driver_SAME = {.type = 0, .keyword = "SAME", .flags = DRIVER_KEYWORD_UNNAMED};
 
 namespace {
 

@@ -28,10 +28,7 @@ int open_multi_udf(Image* image, const char* name, int red, int green, int blue,
 // "USER DEFINED" is the generic word for these formats: keyword_from_type
 // gives it for 1000, type_from_keyword never matches it.
 extern const ImageDriver driver_UDF = {
-    1000, "USER DEFINED", DRIVER_TYPE_RANGE | DRIVER_KEYWORD_UNMATCHED, {},
-    nullptr, nullptr, nullptr,
-    open_udf, open_multi_udf, close_UDF, close_UDF, nullptr,
-    nullptr, nullptr, nullptr, nullptr, nullptr,
-    nullptr, nullptr, nullptr, nullptr, nullptr, nullptr,
-    COLOURS_RANGED, 0, 0,
+    .type = 1000, .keyword = "USER DEFINED", .flags = DRIVER_TYPE_RANGE | DRIVER_KEYWORD_UNMATCHED,
+    .open = open_udf, .open_multi = open_multi_udf, .close = close_UDF, .close_multi = close_UDF,
+    .colour_form = COLOURS_RANGED,
 };

@@ -84,12 +84,9 @@ int extend_grey(const std::string& stem, std::string& candidate);
 // The row is everything the core learns of the format; the probe, the open
 // and the property reader above are the driver.
 const ImageDriver driver_TESTGREY = {
-    kTestType, "TESTGREY", DRIVER_NAMED_BY_SUFFIX, {".tgr"},
-    nullptr, check_grey, extend_grey,
-    open_grey, nullptr, nullptr, nullptr, nullptr,
-    grey_info, nullptr, nullptr, nullptr, nullptr,
-    nullptr, nullptr, nullptr, nullptr, nullptr, nullptr,
-    COLOURS_PLAIN, 0, 0,
+    .type = kTestType, .keyword = "TESTGREY", .flags = DRIVER_NAMED_BY_SUFFIX,
+    .suffixes = {".tgr"}, .check = check_grey, .extend_and_check = extend_grey,
+    .open = open_grey, .get_info = grey_info,
 };
 
 int extend_grey(const std::string& stem, std::string& candidate) {

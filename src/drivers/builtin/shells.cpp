@@ -73,22 +73,6 @@ int extend_and_check_if_EIMG(const std::string&, std::string&) { return 0; }
 
 namespace {
 
-int open_impell(Image* image, const char* name, int, int display, int, char*, char*) {
-    return open_IMPELL(image, name, display);
-}
-int open_grass(Image* image, const char* name, int, int display, int, char*, char*) {
-    return open_GRASS(image, name, display);
-}
-int open_multi_grass(Image* image, const char* name, int red, int green, int blue, int display,
-                     int, char*, char*) {
-    return open_multi_GRASS(image, name, red, green, blue, display);
-}
-int open_svf(Image* image, const char* name, int, int display, int, char*, char*) {
-    return open_SVF(image, name, display);
-}
-int open_lattice(Image* image, const char* name, int, int display, int, char*, char*) {
-    return open_LATTICE(image, name, display);
-}
 int open_grid(Image* image, const char* name, int band, int display, int, char* lut_name,
               char* colormap_name) {
     return open_GRID(image, name, band, display, lut_name, colormap_name);
@@ -137,69 +121,53 @@ int grids_claim(const char* name) {
 }  // namespace
 
 extern const ImageDriver driver_IMPELL = {
-    1, "RLC", DRIVER_NAMED_BY_SUFFIX | DRIVER_RESAMPLES_ROWS, {".rlc"},
-    nullptr, check_format_IMPELL, extend_and_check_if_IMPELL,
-    open_impell, nullptr, nullptr, nullptr, nullptr,
-    nullptr, nullptr, constant_property<1>, constant_property<1>, nullptr,
-    nullptr, setup_runio_IMPELL, isok_runio_IMPELL, mirror_window, nullptr, nullptr,
-    COLOURS_BILEVEL, 0, 0,
+    .type = 1, .keyword = "RLC", .flags = DRIVER_NAMED_BY_SUFFIX | DRIVER_RESAMPLES_ROWS,
+    .suffixes = {".rlc"}, .check = check_format_IMPELL,
+    .extend_and_check = extend_and_check_if_IMPELL, .open = open_without_band<open_IMPELL>,
+    .read_nbands = constant_property<1>, .get_depth = constant_property<1>,
+    .setup_runio = setup_runio_IMPELL, .isok_runio = isok_runio_IMPELL,
+    .map_window = mirror_window, .colour_form = COLOURS_BILEVEL,
 };
 
 extern const ImageDriver driver_GRASS = {
-    4, "GRASS", 0, {},
-    nullptr, check_format_GRASS, extend_and_check_if_GRASS,
-    open_grass, open_multi_grass, nullptr, nullptr, nullptr,
-    nullptr, read_GRASS_extent, constant_property<1>, nullptr, nullptr,
-    nullptr, nullptr, nullptr, nullptr, nullptr, nullptr,
-    COLOURS_UNRANGED, 2, 2,
+    .type = 4, .keyword = "GRASS", .check = check_format_GRASS,
+    .extend_and_check = extend_and_check_if_GRASS, .open = open_without_band<open_GRASS>,
+    .open_multi = open_three_bands<open_multi_GRASS>, .read_extent = read_GRASS_extent,
+    .read_nbands = constant_property<1>, .colour_form = COLOURS_UNRANGED,
+    .reserved_colours = 2, .colormap_skip = 2,
 };
 
 extern const ImageDriver driver_SVF = {
-    5, "SVF", DRIVER_NAMED_BY_SUFFIX, {".svf"},
-    nullptr, check_format_SVF, extend_and_check_if_SVF,
-    open_svf, nullptr, close_svf, nullptr, nullptr,
-    nullptr, nullptr, constant_property<1>, constant_property<16>, nullptr,
-    nullptr, nullptr, nullptr, nullptr, nullptr, nullptr,
-    COLOURS_NONE, 0, 0,
+    .type = 5, .keyword = "SVF", .flags = DRIVER_NAMED_BY_SUFFIX, .suffixes = {".svf"},
+    .check = check_format_SVF, .extend_and_check = extend_and_check_if_SVF,
+    .open = open_without_band<open_SVF>, .close = close_svf,
+    .read_nbands = constant_property<1>, .get_depth = constant_property<16>,
+    .colour_form = COLOURS_NONE,
 };
 
 extern const ImageDriver driver_LATTICE = {
-    6, "LATTICE", DRIVER_NAMED_BY_SUFFIX, {".lat"},
-    nullptr, check_format_LATTICE, extend_and_check_if_LATTICE,
-    open_lattice, nullptr, close_lattice, nullptr, nullptr,
-    nullptr, nullptr, constant_property<1>, constant_property<32>, nullptr,
-    nullptr, nullptr, nullptr, nullptr, nullptr, nullptr,
-    COLOURS_NONE, 0, 0,
+    .type = 6, .keyword = "LATTICE", .flags = DRIVER_NAMED_BY_SUFFIX, .suffixes = {".lat"},
+    .check = check_format_LATTICE, .extend_and_check = extend_and_check_if_LATTICE,
+    .open = open_without_band<open_LATTICE>, .close = close_lattice,
+    .read_nbands = constant_property<1>, .get_depth = constant_property<32>,
+    .colour_form = COLOURS_NONE,
 };
 
 extern const ImageDriver driver_GRID = {
-    10, "GRID",
-    DRIVER_NEEDS_COMPANION | DRIVER_FINISHED_ROWS | DRIVER_BYTE_RAMP | DRIVER_STORED_COLOUR_TYPE |
-        DRIVER_STORED_COLOUR_TYPE_GREY_TESTED | DRIVER_CLAIMS_DATASETS,
-    {},
-    grids_claim, nullptr, nullptr,
-    open_grid, open_multi_grid, close_GRID, close_multi_GRID, nullptr,
-    nullptr, nullptr, nullptr, nullptr, nullptr,
-    nullptr, nullptr, nullptr, map_grid_window, store_external_colormap_GRID,
-    store_external_lut_GRID,
-    COLOURS_RANGED, 1, 1,
+    .type = 10, .keyword = "GRID",
+    .flags = DRIVER_NEEDS_COMPANION | DRIVER_FINISHED_ROWS | DRIVER_BYTE_RAMP |
+             DRIVER_STORED_COLOUR_TYPE | DRIVER_STORED_COLOUR_TYPE_GREY_TESTED |
+             DRIVER_CLAIMS_DATASETS,
+    .claims_name = grids_claim, .open = open_grid, .open_multi = open_multi_grid,
+    .close = close_GRID, .close_multi = close_multi_GRID, .map_window = map_grid_window,
+    .store_colormap = store_external_colormap_GRID, .store_lut = store_external_lut_GRID,
+    .colour_form = COLOURS_RANGED, .reserved_colours = 1, .colormap_skip = 1,
 };
 
-extern const ImageDriver driver_IMAGINE = {
-    12, "IMAGINE", 0, {},
-    nullptr, nullptr, nullptr,
-    nullptr, nullptr, nullptr, nullptr, nullptr,
-    nullptr, nullptr, nullptr, nullptr, nullptr,
-    nullptr, nullptr, nullptr, nullptr, nullptr, nullptr,
-    COLOURS_PLAIN, 0, 0,
-};
+extern const ImageDriver driver_IMAGINE = {.type = 12, .keyword = "IMAGINE"};
 
 extern const ImageDriver driver_GRAFILE = {
-    100, "GRAFILE",
-    DRIVER_KEYWORD_UNMATCHED | DRIVER_TRUE_COLOUR_WITHOUT_MAP | DRIVER_STORED_COLOUR_TYPE, {},
-    nullptr, nullptr, nullptr,
-    open_grafile, nullptr, close_grafile, nullptr, nullptr,
-    nullptr, nullptr, nullptr, nullptr, nullptr,
-    nullptr, nullptr, nullptr, nullptr, nullptr, nullptr,
-    COLOURS_PLAIN, 0, 0,
+    .type = 100, .keyword = "GRAFILE",
+    .flags = DRIVER_KEYWORD_UNMATCHED | DRIVER_TRUE_COLOUR_WITHOUT_MAP | DRIVER_STORED_COLOUR_TYPE,
+    .open = open_grafile, .close = close_grafile,
 };

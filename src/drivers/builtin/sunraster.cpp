@@ -628,24 +628,12 @@ int check_format_SUNRASTER(FILE* fp) {
 // Sun rasters are told by content only: there is no suffix to try.
 int extend_and_check_if_SUNRASTER(const std::string&, std::string&) { return 0; }
 
-namespace {
-
-int open_sun(Image* image, const char* name, int band, int display, int, char*, char*) {
-    return open_SUNRASTER(image, name, band, display);
-}
-int open_multi_sun(Image* image, const char* name, int red, int green, int blue, int display, int,
-                   char*, char*) {
-    return open_multi_SUNRASTER(image, name, red, green, blue, display);
-}
-
-}  // namespace
-
 // True-colour pixels without a map are shown through an 8-bit grey ramp.
 extern const ImageDriver driver_SUNRASTER = {
-    kSunType, "SUNRASTER", DRIVER_WIDE_PIXELS_AS_BYTES, {},
-    nullptr, check_format_SUNRASTER, extend_and_check_if_SUNRASTER,
-    open_sun, open_multi_sun, nullptr, nullptr, clrrd_SUNRASTER_hdr,
-    get_SUNRASTER_info, read_SUNRASTER_extent, read_SUNRASTER_nbands, get_SUNRASTER_depth, nullptr,
-    nullptr, nullptr, nullptr, nullptr, nullptr, nullptr,
-    COLOURS_PLAIN, 0, 0,
+    .type = kSunType, .keyword = "SUNRASTER", .flags = DRIVER_WIDE_PIXELS_AS_BYTES,
+    .check = check_format_SUNRASTER, .extend_and_check = extend_and_check_if_SUNRASTER,
+    .open = open_one_band<open_SUNRASTER>, .open_multi = open_three_bands<open_multi_SUNRASTER>,
+    .clear_header = clrrd_SUNRASTER_hdr, .get_info = get_SUNRASTER_info,
+    .read_extent = read_SUNRASTER_extent, .read_nbands = read_SUNRASTER_nbands,
+    .get_depth = get_SUNRASTER_depth,
 };
