@@ -1,7 +1,8 @@
 #ifndef TARNIMAGE_REFCNT_H
 #define TARNIMAGE_REFCNT_H
 
-/* Base of every object handed to a host. release() at zero destroys it. */
+/* Base of every object handed to a host. release() at zero destroys it. The
+ * counts are atomic, so references may be taken and dropped on any thread. */
 class ITarnRefCnt {
 public:
     virtual ~ITarnRefCnt() {}

@@ -1,6 +1,8 @@
 #ifndef TARNIMAGE_VARIANT_H
 #define TARNIMAGE_VARIANT_H
 
+#include <atomic>
+
 #include <tarnimage/export.h>
 #include <tarnimage/refcnt.h>
 #include <tarnimage/tarn_string.h>
@@ -59,7 +61,7 @@ protected:
     long m_length = 0;
 
 private:
-    long m_variantRefCount = 1;
+    std::atomic<long> m_variantRefCount{1};
     long m_long = 0;
     double m_double = 0.0;
     CTarnUString m_text;
@@ -99,7 +101,7 @@ public:
 private:
     void ownCopyOfBlock();
 
-    long m_refCount = 1;
+    std::atomic<long> m_refCount{1};
     Deallocator m_deallocator = nullptr;
 };
 

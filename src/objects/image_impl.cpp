@@ -49,34 +49,32 @@ void CIImageImpl::destroy() {
     m_colorMap = nullptr;
 }
 
-long CIImageImpl::addRef() { return ++m_refCount; }
+long CIImageImpl::addRef() {
+    ++m_liveCount;
+    return ++m_refCount;
+}
 
 long CIImageImpl::release() {
     long count = --m_refCount;
-    if (count > 0) return count;
-    if (m_streams) {
-        // Survive the collection's last internalRelease while it goes.
-        m_refCount = 1;
+    if (count == 0 && m_streams) {
+        // The collection goes with the host's last reference; the object itself
+        // lives on while the collection's internal references are dropped.
         IInternalRStreamCollection* streams = m_streams;
         m_streams = nullptr;
         streams->release();
-        --m_refCount;
     }
-    if (m_internalRefCount == 0) {
-        delete this;
-        return 0;
-    }
-    return m_refCount;
+    if (--m_liveCount == 0) delete this;
+    return count;
 }
 
-long CIImageImpl::internalAddRef() { return ++m_internalRefCount; }
+long CIImageImpl::internalAddRef() {
+    ++m_liveCount;
+    return ++m_internalRefCount;
+}
 
 long CIImageImpl::internalRelease() {
     long count = --m_internalRefCount;
-    if (count <= 0 && m_refCount <= 0) {
-        delete this;
-        return 0;
-    }
+    if (--m_liveCount == 0) delete this;
     return count;
 }
 
@@ -153,21 +151,23 @@ void CIImageImpl::Open(const CTarnUString& path) {
 
 bool CIImageImpl::isGeoReferenced() {
     if (!m_geoTried) {
-        m_geoTried = 1;
-        double t[6] = {0, 0, 0, 0, 0, 0};
-        int result = -1;
-        try {
-            Utf8 utf8(m_path);
-            std::lock_guard<std::mutex> guard(integratorLock());
-            result = utf8.data ? get_image_to_world_transform(m_type, utf8.data, t) : -1;
-        } catch (...) {
-            result = -1;  // out of memory: no georeference, and nothing escapes
-        }
-        if (result == -1) {
-            m_geoValid = 0;
-        } else {
-            m_geoValid = 1;
-            storeGeoReference(t);
+        std::lock_guard<std::mutex> guard(integratorLock());
+        if (!m_geoTried) {
+            double t[6] = {0, 0, 0, 0, 0, 0};
+            int result = -1;
+            try {
+                Utf8 utf8(m_path);
+                result = utf8.data ? get_image_to_world_transform(m_type, utf8.data, t) : -1;
+            } catch (...) {
+                result = -1;  // out of memory: no georeference, and nothing escapes
+            }
+            if (result == -1) {
+                m_geoValid = 0;
+            } else {
+                m_geoValid = 1;
+                storeGeoReference(t);
+            }
+            m_geoTried = 1;
         }
     }
     return m_geoValid != 0;

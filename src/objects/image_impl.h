@@ -1,6 +1,7 @@
 #ifndef TARN_OBJECTS_IMAGE_IMPL_H
 #define TARN_OBJECTS_IMAGE_IMPL_H
 
+#include <atomic>
 #include <mutex>
 #include <stdint.h>
 
@@ -85,14 +86,19 @@ private:
     void storeGeoReference(const double transform[6]);
     void destroy();
 
-    int32_t m_refCount = 1;
-    int32_t m_internalRefCount = 0;
+    std::atomic<int32_t> m_refCount{1};
+    std::atomic<int32_t> m_internalRefCount{0};
+    /* Host and internal references together: the one count whose last
+     * release deletes, so that two threads never both see the end. */
+    std::atomic<int32_t> m_liveCount{1};
     int32_t m_colorMapPending = 1;
     ITarnRasterColorMap* m_colorMap = nullptr;
     bool m_colorMapChanged = false;  // the host changed the colour map object
     /* The read in progress, with its Image record and display state. */
     RgbaPipeline m_pipeline;
-    uint8_t m_geoTried = 0;
+    /* Set, after the georeference is stored, by the first isGeoReferenced;
+     * threads sharing the object may ask at once. */
+    std::atomic<uint8_t> m_geoTried{0};
     uint8_t m_geoValid = 0;
     double m_geoReference[6] = {0, 0, 0, 0, 0, 0};
     int32_t m_type = -1;

@@ -1,6 +1,7 @@
 #ifndef TARN_OBJECTS_MANAGER_IMPL_H
 #define TARN_OBJECTS_MANAGER_IMPL_H
 
+#include <atomic>
 #include <mutex>
 #include <stdint.h>
 
@@ -38,7 +39,7 @@ private:
 
     static std::mutex m_InitMutex;
     static int32_t m_managers;
-    int32_t m_refCount = 1;
+    std::atomic<int32_t> m_refCount{1};
     CIImageImpl** m_images = nullptr;
     int32_t m_imageCount = 0;
     CTarnUString m_connectString;
