@@ -13,8 +13,8 @@ static void free_block(void* block) { free(block); }
 
 namespace {
 
-// The path that names the file in messages, as the host gave it, copied only for a host that
-// listens; out of memory for it, the messages go unnamed.
+// The path that names the file in messages, as the host gave it; copied only
+// for a host that listens, and out of memory for it the messages go unnamed.
 struct MessageName {
     explicit MessageName(const CTarnUString& path) {
         if (!tarn_messages_wanted()) return;
