@@ -20,7 +20,7 @@
 namespace {
 
 const char kUsage[] =
-    "usage: tarnimage COMMAND [ARGS]\n"
+    "usage: tarnimage [-v] COMMAND [ARGS]\n"
     "\n"
     "commands:\n"
     "  info DIR [FILE] [--json]\n"
@@ -29,25 +29,64 @@ const char kUsage[] =
     "      bits, and whether it is georeferenced with the six numbers of its\n"
     "      georeference: a b c d e f with x = a*col + b*row + c and\n"
     "      y = d*col + e*row + f at pixel centres. With --json, print a JSON\n"
-    "      array of objects\n"
-    "      with the keys name, type, type_name, width, height, bands, depth,\n"
-    "      georeferenced and geotransform. The type name is the format's\n"
-    "      keyword: the built-in one for codes up to 1000 (SUNRASTER, ERDAS,\n"
-    "      BIL, BIP, BSQ, BMP, ...), and for a registered driver (codes above\n"
-    "      1000) the keyword it registered with (gif, SRP, ArcDRG, CADRG, CIB,\n"
-    "      JPG, NITF, TIFF6); null in JSON when the code has none.\n"
-    "  render DIR FILE [--clip X,Y,W,H] [--scale S] -o OUT.png|OUT.rgba\n"
+    "      array of objects with the keys name, type, type_name, width,\n"
+    "      height, bands, depth, georeferenced and geotransform, or [] when\n"
+    "      nothing is admitted. The type name is the format's keyword: the\n"
+    "      built-in one for codes up to 1000 (SUNRASTER, ERDAS, BIL, BIP, BSQ,\n"
+    "      BMP, ...), and for a registered driver (codes above 1000) the\n"
+    "      keyword it registered with (gif, SRP, ArcDRG, CADRG, CIB, JPG, NITF,\n"
+    "      TIFF6); null in JSON when the code has none.\n"
+    "  render DIR FILE [--clip X,Y,W,H] [--scale S] [--max-pixels N]\n"
+    "         -o OUT.png|OUT.rgba|OUT.npy\n"
     "      Read the RGBA block of one image, over the clip rectangle (image\n"
     "      pixels; default the whole image) at scale S (source pixels per\n"
-    "      output pixel; default 1), and write it as an RGBA PNG, or as raw\n"
-    "      bytes R, G, B, A when OUT ends in .rgba. Prints the result\n"
-    "      rectangle as: result X Y W H.\n"
+    "      output pixel; default 1), and write it as an RGBA PNG, as raw\n"
+    "      bytes R, G, B, A when OUT ends in .rgba, or as a NumPy array of\n"
+    "      uint8 with shape (height, width, 4) when OUT ends in .npy. Prints\n"
+    "      the result rectangle as: result X Y W H. A block of more than N\n"
+    "      pixels (default 268435456) is refused before it is read.\n"
+    "  --version\n"
+    "      Print the version.\n"
     "  --help, help\n"
     "      Print this text.\n"
     "\n"
+    "options:\n"
+    "  -v  Print every message of the library on stderr, also why a file is\n"
+    "      not an image at all. Without it, only why a file cannot be read\n"
+    "      and how much of a block is missing.\n"
+    "\n"
     "Exit status: 0 on success; 1 when no image was admitted, the directory\n"
-    "does not exist, the block is empty or cannot be written; 2 on a usage\n"
-    "error.\n";
+    "does not exist, the block is too large or cannot be written, or no row\n"
+    "of the block could be read; 2 on a usage error; 3 when some rows of the\n"
+    "block could not be read (the block is written all the same).\n";
+
+// The library's messages, as a host sees them: printed on stderr, and the
+// count of unread rows that a getData reports kept for the exit status.
+struct Messages {
+    bool verbose = false;
+    long unread = -1;
+    long total = -1;
+};
+Messages g_messages;
+
+const char kUnreadRows[] = " rows could not be read";
+
+void on_message(int level, const char* text, void* user) {
+    Messages* messages = static_cast<Messages*>(user);
+    if (level == TARN_MESSAGE_WARNING) {
+        // "PATH: N of M rows could not be read"
+        size_t length = std::strlen(text), tail = sizeof kUnreadRows - 1;
+        const char* numbers = std::strrchr(text, ':');
+        long unread = 0, total = 0;
+        if (length > tail && std::strcmp(text + length - tail, kUnreadRows) == 0 && numbers &&
+            std::sscanf(numbers + 1, " %ld of %ld", &unread, &total) == 2) {
+            messages->unread = unread;
+            messages->total = total;
+        }
+    }
+    if (level == TARN_MESSAGE_INFORMATION && !messages->verbose) return;
+    std::fprintf(stderr, "tarnimage: %s\n", text);
+}
 
 struct Released {
     void operator()(ITarnRefCnt* object) const {
@@ -152,6 +191,7 @@ int command_info(const std::vector<std::string>& args) {
     }
     manager->release();
     if (all.empty()) {
+        if (json) std::printf("[]\n");
         std::fprintf(stderr, "tarnimage: no image admitted from %s%s%s\n", dir.c_str(),
                      positional.size() > 1 ? "/" : "",
                      positional.size() > 1 ? positional[1].c_str() : "");
@@ -230,12 +270,52 @@ bool write_png(const std::string& path, const unsigned char* rgba, long width, l
     return std::fclose(out) == 0 && ok;
 }
 
+bool ends_with(const std::string& text, const char* suffix) {
+    size_t n = std::strlen(suffix);
+    return text.size() > n && text.compare(text.size() - n, n, suffix) == 0;
+}
+
+// NPY format 1.0: magic, version, a little-endian header length, and a
+// Python dict literal padded with spaces to a multiple of 64 bytes.
+bool write_npy(const std::string& path, const unsigned char* rgba, long width, long height) {
+    std::string dict = "{'descr': '|u1', 'fortran_order': False, 'shape': (" +
+                       std::to_string(height) + ", " + std::to_string(width) + ", 4), }";
+    size_t unpadded = 10 + dict.size() + 1;
+    dict.append((64 - unpadded % 64) % 64, ' ');
+    dict += '\n';
+    std::string head = "\x93NUMPY";
+    head += '\x01';
+    head += '\x00';
+    head += static_cast<char>(dict.size() & 0xFF);
+    head += static_cast<char>((dict.size() >> 8) & 0xFF);
+    head += dict;
+    FILE* out = std::fopen(path.c_str(), "wb");
+    if (!out) return false;
+    size_t bytes = static_cast<size_t>(width) * height * 4;
+    bool ok = std::fwrite(head.data(), 1, head.size(), out) == head.size() &&
+              std::fwrite(rgba, 1, bytes, out) == bytes;
+    return std::fclose(out) == 0 && ok;
+}
+
+bool write_raw(const std::string& path, const unsigned char* rgba, long width, long height) {
+    FILE* out = std::fopen(path.c_str(), "wb");
+    if (!out) return false;
+    size_t bytes = static_cast<size_t>(width) * height * 4;
+    bool ok = std::fwrite(rgba, 1, bytes, out) == bytes;
+    return std::fclose(out) == 0 && ok;
+}
+
+// The block's side as the library will make it: the clip side over the
+// scale, cut to a whole pixel.
+double block_side(long clip, double scale) { return std::floor(static_cast<double>(clip) / scale); }
+
 int command_render(const std::vector<std::string>& args) {
     std::vector<std::string> positional;
     std::string output;
     bool has_clip = false;
     long clip[4] = {0, 0, 0, 0};
     double scale = 1.0;
+    long long max_pixels = 268435456;
     for (size_t i = 0; i < args.size(); ++i) {
         const std::string& arg = args[i];
         auto value = [&](const char* option) -> const std::string* {
@@ -263,6 +343,17 @@ int command_render(const std::vector<std::string>& args) {
                              v->c_str());
                 return 2;
             }
+        } else if (arg == "--max-pixels") {
+            const std::string* v = value("--max-pixels");
+            if (!v) return 2;
+            char* end = nullptr;
+            errno = 0;
+            max_pixels = std::strtoll(v->c_str(), &end, 10);
+            if (end == v->c_str() || *end || errno || max_pixels < 1) {
+                std::fprintf(stderr, "tarnimage: --max-pixels wants a positive whole number, got %s\n",
+                             v->c_str());
+                return 2;
+            }
         } else if (arg == "-o" || arg == "--output") {
             const std::string* v = value("-o");
             if (!v) return 2;
@@ -278,11 +369,21 @@ int command_render(const std::vector<std::string>& args) {
         std::fprintf(stderr, "tarnimage: render needs DIR, FILE and -o OUT (see --help)\n");
         return 2;
     }
-    bool raw = output.size() > 5 && output.compare(output.size() - 5, 5, ".rgba") == 0;
+    enum { kPng, kRaw, kNpy } form;
+    if (ends_with(output, ".png")) form = kPng;
+    else if (ends_with(output, ".rgba")) form = kRaw;
+    else if (ends_with(output, ".npy")) form = kNpy;
+    else {
+        std::fprintf(stderr, "tarnimage: %s: the output name must end in .png, .rgba or .npy\n",
+                     output.c_str());
+        return 2;
+    }
     if (!is_directory(positional[0])) {
         std::fprintf(stderr, "tarnimage: %s: no such directory\n", positional[0].c_str());
         return 1;
     }
+    const std::string& dir = positional[0];
+    const std::string path = dir + (dir.back() == '/' ? "" : "/") + positional[1];
     IInternalImageManager* manager = getManager();
     if (!manager) {
         std::fprintf(stderr, "tarnimage: the library could not start\n");
@@ -292,35 +393,59 @@ int command_render(const std::vector<std::string>& args) {
     IInternalImage* image = manager->getImage(0);
     if (!image) {
         manager->release();
-        std::fprintf(stderr, "tarnimage: %s/%s: not admitted as an image\n",
-                     positional[0].c_str(), positional[1].c_str());
+        std::fprintf(stderr, "tarnimage: %s: not admitted as an image\n", path.c_str());
         return 1;
     }
-    if (has_clip) image->setClipRect(clip[0], clip[1], clip[2], clip[3]);
+    // The clip as the image object pins it to the image.
+    long width = image->getWidth(), height = image->getHeight();
+    long cx = 0, cy = 0, cw = width, ch = height;
+    if (has_clip) {
+        cx = clip[0] < 0 ? 0 : clip[0];
+        cy = clip[1] < 0 ? 0 : clip[1];
+        cw = clip[2] < width - cx ? clip[2] : width - cx;
+        ch = clip[3] < height - cy ? clip[3] : height - cy;
+        if (cw < 0) cw = 0;
+        if (ch < 0) ch = 0;
+        image->setClipRect(clip[0], clip[1], clip[2], clip[3]);
+    }
     image->setScale(scale);
+    double bw = block_side(cw, scale), bh = block_side(ch, scale);
+    if (bw * bh > static_cast<double>(max_pixels)) {
+        std::fprintf(stderr,
+                     "tarnimage: %s: a block of %.0f x %.0f pixels is above --max-pixels %lld; "
+                     "read less with a larger --scale or a smaller --clip\n",
+                     path.c_str(), bw, bh, max_pixels);
+        image->release();
+        manager->release();
+        return 1;
+    }
+    if (bw < 1 || bh < 1) {
+        std::fprintf(stderr, "tarnimage: %s: the block is empty\n", path.c_str());
+        image->release();
+        manager->release();
+        return 1;
+    }
+    g_messages.unread = g_messages.total = -1;
     long x = 0, y = 0, w = 0, h = 0;
     DirectMemoryHolder* block = image->getData(&x, &y, &w, &h);
     image->release();
     int status = 0;
-    if (!block || !block->data() || w <= 0 || h <= 0) {
-        std::fprintf(stderr, "tarnimage: %s: the block is empty\n", positional[1].c_str());
+    bool all_unread = g_messages.unread > 0 && g_messages.unread >= g_messages.total;
+    if (!block || !block->data() || w <= 0 || h <= 0 || all_unread) {
+        // The library has said why; a block of unread rows is not written.
+        if (!all_unread) std::fprintf(stderr, "tarnimage: %s: no row could be read\n", path.c_str());
         status = 1;
     } else {
         const unsigned char* rgba = static_cast<const unsigned char*>(block->data());
-        bool written;
-        if (raw) {
-            FILE* out = std::fopen(output.c_str(), "wb");
-            size_t bytes = static_cast<size_t>(w) * h * 4;
-            written = out && std::fwrite(rgba, 1, bytes, out) == bytes;
-            if (out && std::fclose(out) != 0) written = false;
-        } else {
-            written = write_png(output, rgba, w, h);
-        }
+        bool written = form == kPng   ? write_png(output, rgba, w, h)
+                       : form == kRaw ? write_raw(output, rgba, w, h)
+                                      : write_npy(output, rgba, w, h);
         if (!written) {
             std::fprintf(stderr, "tarnimage: %s: cannot write\n", output.c_str());
             status = 1;
         } else {
             std::printf("result %ld %ld %ld %ld\n", x, y, w, h);
+            if (g_messages.unread > 0) status = 3;
         }
     }
     if (block) block->release();
@@ -331,22 +456,29 @@ int command_render(const std::vector<std::string>& args) {
 }  // namespace
 
 int main(int argc, char** argv) {
-    std::vector<std::string> args(argv + 1, argv + argc);
+    std::vector<std::string> args;
+    for (int i = 1; i < argc; ++i) {
+        std::string arg = argv[i];
+        if (arg == "-v" || arg == "--verbose") g_messages.verbose = true;
+        else args.push_back(arg);
+    }
+    tarn_set_message_handler(on_message, &g_messages);
     if (args.empty()) {
         std::fputs(kUsage, stderr);
         return 2;
     }
-    const std::string command = args[0];
-    args.erase(args.begin());
-    if (command == "--help" || command == "-h" || command == "help") {
-        std::fputs(kUsage, stdout);
-        return 0;
-    }
     for (const std::string& arg : args)
-        if (arg == "--help" || arg == "-h") {
+        if (arg == "--help" || arg == "-h" || (&arg == &args[0] && arg == "help")) {
             std::fputs(kUsage, stdout);
             return 0;
         }
+    for (const std::string& arg : args)
+        if (arg == "--version") {
+            std::printf("tarnimage %s\n", TARN_VERSION);
+            return 0;
+        }
+    const std::string command = args[0];
+    args.erase(args.begin());
     if (command == "info") return command_info(args);
     if (command == "render") return command_render(args);
     std::fprintf(stderr, "tarnimage: unknown command %s (see --help)\n", command.c_str());

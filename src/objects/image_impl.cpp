@@ -10,7 +10,9 @@
 #include "channel/properties.h"
 #include "channel/world.h"
 #include "colour/colormap.h"
+#include "platform/report.h"
 #include <tarnimage/tarn_file.h>
+#include <tarnimage/udf.h>
 
 namespace {
 
@@ -109,9 +111,10 @@ void CIImageImpl::Open(const CTarnUString& path) {
 
         char resolved[TARN_PATH_MAX];
         resolved[0] = '\0';
+        Utf8 utf8(name);
+        if (!utf8.data) return;
+        MessageFileScope about(utf8.data);
         {
-            Utf8 utf8(name);
-            if (!utf8.data) return;
             lock.lock();
             locked = true;
             int type = -1;
@@ -119,7 +122,10 @@ void CIImageImpl::Open(const CTarnUString& path) {
             m_type = type;
             lock.unlock();
             locked = false;
-            if (result == -1) return;
+            if (result == -1) {
+                tarn_report(TARN_MESSAGE_INFORMATION, "not an image of any known kind");
+                return;
+            }
             // Any result but 1 names a dataset (a grid directory), whose colours
             // come from a map of its own.
             if (result != 1) m_externalColorMap = MakeGridColorMap(resolved);
@@ -131,12 +137,19 @@ void CIImageImpl::Open(const CTarnUString& path) {
         int info = get_image_info(m_type, resolved, &rows, &columns, &bands, &depth);
         lock.unlock();
         locked = false;
-        if (info == -1) return;
+        if (info == -1) {
+            if (about.errors() == 0) reportUnreadableHeader();
+            return;
+        }
+        // The driver has said why the rows cannot be read; a later getData
+        // need not say it again in the words of each failing step.
+        m_refusalExplained = about.errors() > 0;
         m_height = rows;
         m_width = columns;
         m_bandCount = bands;
         m_depth = depth;
 
+        m_givenPath = name;
         m_valid = 1;
         tarn_setFileSystemPath(m_path, resolved);
         m_path.correctPath();
@@ -147,6 +160,20 @@ void CIImageImpl::Open(const CTarnUString& path) {
         if (locked) lock.unlock();
         m_valid = 0;
     }
+}
+
+void CIImageImpl::reportUnreadableHeader() {
+    if (!tarn_messages_wanted()) return;
+    char keyword[64] = "";
+    bool named = m_type > 1000
+                     ? II_GetUDFKeyword(static_cast<uint32_t>(m_type), keyword, sizeof keyword) >= 0
+                     : keyword_from_type(keyword, m_type) == 1;
+    if (named)
+        tarn_report(TARN_MESSAGE_ERROR, "identified as %s, but its header could not be read",
+                    keyword);
+    else
+        tarn_report(TARN_MESSAGE_ERROR, "identified as type %d, but its header could not be read",
+                    static_cast<int>(m_type));
 }
 
 bool CIImageImpl::isGeoReferenced() {

@@ -84,6 +84,7 @@ private:
     friend struct CIImageImplTestAccess;
     void initialise();
     void storeGeoReference(const double transform[6]);
+    void reportUnreadableHeader();
     void destroy();
 
     std::atomic<int32_t> m_refCount{1};
@@ -120,6 +121,8 @@ private:
     int32_t m_clipWidth = 0;
     int32_t m_clipHeight = 0;
     double m_scale = 1.0;
+    bool m_refusalExplained = false;  // Open gave an error message for the file
+    CTarnUString m_givenPath;         // the path as the host named it, for messages
 };
 
 #endif

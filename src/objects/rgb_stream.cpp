@@ -7,17 +7,43 @@
 #include <stdlib.h>
 
 #include "objects/image_impl.h"
+#include "platform/report.h"
 
 static void free_block(void* block) { free(block); }
+
+namespace {
+
+// The path that names the file in messages, as the host gave it; copied only
+// for a host that listens, and out of memory for it the messages go unnamed.
+struct MessageName {
+    explicit MessageName(const CTarnUString& path) {
+        if (!tarn_messages_wanted()) return;
+        try {
+            data = path.getUTF8EncodedBuffer();
+        } catch (...) {
+            data = nullptr;
+        }
+    }
+    ~MessageName() { CTarnUString::releaseCharBuffer(data); }
+    MessageName(const MessageName&) = delete;
+    MessageName& operator=(const MessageName&) = delete;
+    char* data = nullptr;
+};
+
+}  // namespace
 
 DirectMemoryHolder* CIImageImpl::getData(long* x, long* y, long* width, long* height) {
     void* block = nullptr;
     {
+        MessageName path(m_givenPath);
+        MessageFileScope about(path.data, m_refusalExplained);
         std::lock_guard<std::mutex> guard(integratorLock());
         if (m_pipeline.stream_state != 1)
             resetRGBStreamOpen(m_clipX, m_clipY, m_clipWidth, m_clipHeight);
         if (m_pipeline.stream_state != 1) {
             resetRGBStreamClose();
+            if (about.errors() == 0)
+                tarn_report(TARN_MESSAGE_ERROR, "the image could not be opened for reading");
             return nullptr;
         }
         size_t bytes = static_cast<size_t>(m_pipeline.display.result_width) * 4 *
@@ -27,10 +53,22 @@ DirectMemoryHolder* CIImageImpl::getData(long* x, long* y, long* width, long* he
         block = bytes ? calloc(bytes, 1) : nullptr;
         if (!block) {
             resetRGBStreamClose();
+            if (bytes)
+                tarn_report(TARN_MESSAGE_ERROR,
+                            "a block of %d x %d pixels is more than the library could allocate",
+                            static_cast<int>(m_pipeline.display.result_width),
+                            static_cast<int>(m_pipeline.result_height));
             return nullptr;
         }
         while (m_pipeline.stream_state == 1 && m_pipeline.out_row < m_pipeline.image.out_rows)
             getRGBStreamRow(block);
+        if (m_pipeline.stream_state == 2) {
+            // The block and the results stay as they are; only the host that
+            // listens learns how much of it is blank for want of rows.
+            int total = m_pipeline.image.out_rows;
+            tarn_report(TARN_MESSAGE_WARNING, "%d of %d rows could not be read",
+                        total - m_pipeline.rows_done, total);
+        }
         resetRGBStreamClose();
     }
     long result_width = m_pipeline.display.result_width;

@@ -7,13 +7,15 @@ echo "$symbols" | grep -qx getManager || { echo "getManager is not exported unma
 # Internal helpers must stay hidden.
 for name in reset_image image_open multi_image_open CAllocate1 allocate_byte_buffer \
             reset_buffers validate_colormap get_image_type_from_name \
-            UDFentry UDFindex UDFsuffix UDFExist UDF_LibInit; do
+            UDFentry UDFindex UDFsuffix UDFExist UDF_LibInit \
+            user_error user_warn user_mesg fatal_error tarn_report tarn_messages_wanted; do
   if echo "$symbols" | grep -qx "$name"; then echo "internal $name is exported"; exit 1; fi
 done
 # The driver registry and the naming calls are a host's to use.
 for name in II_RegisterUDF II_UnregisterUDF II_UnregisterAllUDF II_GetUDFKeyword \
             type_from_keyword keyword_from_type name_from_type get_type_from_extension \
-            suffname check_format_ADRG check_format_TIFF parse_grass_name; do
+            suffname check_format_ADRG check_format_TIFF parse_grass_name \
+            tarn_set_message_handler; do
   echo "$symbols" | grep -qx "$name" || { echo "$name is not exported"; exit 1; }
 done
 if echo "$symbols" | grep -q 'CIImageImpl\|CIntegratorManagerImpl\|TarnDirBrowser'; then

@@ -3,6 +3,7 @@
 set -u
 tool="$1"
 data="$2"
+samples="${3:-}"
 fail=0
 check() { # description, expected exit code, command...
   desc="$1"; want="$2"; shift 2
@@ -24,6 +25,10 @@ test "$(wc -l < /tmp/tarn_cli_err.$$)" -eq 1 || { echo "FAIL: message is not one
 check "empty directory" 1 "$tool" info "$empty"
 grep -q "no image admitted" /tmp/tarn_cli_err.$$ || { echo "FAIL: no message for empty dir"; fail=1; }
 check "empty directory json" 1 "$tool" info "$empty" --json
+test "$(cat /tmp/tarn_cli_out.$$)" = "[]" || { echo "FAIL: json of nothing is not []"; fail=1; }
+grep -q "no image admitted" /tmp/tarn_cli_err.$$ || { echo "FAIL: no message for empty json"; fail=1; }
+check "version" 0 "$tool" --version
+grep -Eq "^tarnimage [0-9]+\.[0-9]+\.[0-9]+$" /tmp/tarn_cli_out.$$ || { echo "FAIL: version line"; fail=1; }
 check "render without output" 2 "$tool" render "$empty" x.ras
 check "render of a missing file" 1 "$tool" render "$empty" missing.ras -o "$empty/out.png"
 test "$(wc -l < /tmp/tarn_cli_err.$$)" -eq 1 || { echo "FAIL: message is not one line"; fail=1; }
@@ -41,6 +46,79 @@ check "render raw bytes at scale 2" 0 "$tool" render "$data/sunraster" std-rgb-2
 grep -q "^result 1 2 5 5$" /tmp/tarn_cli_out.$$ || { echo "FAIL: result rectangle"; fail=1; }
 test "$(wc -c < "$empty/block.rgba")" -eq 100 || { echo "FAIL: 5 x 5 x 4 bytes"; fail=1; }
 rm -f "$empty/block.rgba"
+check "render to an unknown output kind" 2 "$tool" render "$data/sunraster" std-rgb-24bit-29x15.ras \
+  -o "$empty/block.jpg"
+grep -q "must end in .png, .rgba or .npy" /tmp/tarn_cli_err.$$ || { echo "FAIL: suffix message"; fail=1; }
+check "render above --max-pixels" 1 "$tool" render "$data/sunraster" std-rgb-24bit-29x15.ras \
+  --max-pixels 434 -o "$empty/block.png"
+grep -q "above --max-pixels 434; .*--scale.*--clip" /tmp/tarn_cli_err.$$ ||
+  { echo "FAIL: --max-pixels message"; fail=1; }
+test ! -e "$empty/block.png" || { echo "FAIL: a block above --max-pixels was written"; fail=1; }
+check "render at --max-pixels" 0 "$tool" render "$data/sunraster" std-rgb-24bit-29x15.ras \
+  --max-pixels 435 -o "$empty/block.png"
+rm -f "$empty/block.png"
+# NPY 1.0: magic, version 1.0, header length 118 (little-endian), the dict
+# padded to 128 bytes in all, then 15 x 29 x 4 bytes.
+check "render as npy" 0 "$tool" render "$data/sunraster" std-rgb-24bit-29x15.ras -o "$empty/block.npy"
+test "$(head -c 10 "$empty/block.npy" | od -An -tx1 | tr -d ' \n')" = "934e554d505901007600" ||
+  { echo "FAIL: npy preamble"; fail=1; }
+head -c 128 "$empty/block.npy" | grep -q "{'descr': '|u1', 'fortran_order': False, 'shape': (15, 29, 4), }" ||
+  { echo "FAIL: npy header"; fail=1; }
+test "$(wc -c < "$empty/block.npy")" -eq 1868 || { echo "FAIL: npy size"; fail=1; }
+rm -f "$empty/block.npy"
+
+# Broken files, made from a whole 29 x 15 24-bit fixture (rows of 88 bytes).
+broken=$(mktemp -d)
+whole="$data/sunraster/std-rgb-24bit-29x15.ras"
+head -c 32 "$whole" > "$broken/cut-after-header.ras"
+cp "$data/sunraster/std-grey-8bit-13x7.ras" "$broken/four-bit.ras"
+printf '\000\000\000\004' | dd of="$broken/four-bit.ras" bs=1 seek=12 conv=notrunc 2>/dev/null
+cp "$whole" "$broken/type-three.ras"
+printf '\000\000\000\003' | dd of="$broken/type-three.ras" bs=1 seek=20 conv=notrunc 2>/dev/null
+: > "$broken/empty.ras"
+echo "not a picture" > "$broken/x.ras"
+check "info -v on broken files" 0 "$tool" -v info "$broken"
+for reason in \
+  "cut-after-header.ras: Sun raster ends after its 32-byte header: no rows" \
+  "four-bit.ras: Sun raster header gives 4 bits per pixel; only 1, 8, 16, 24 and 32 are read" \
+  "type-three.ras: Sun raster of type 3 (RGB order) has no row reader" \
+  "empty.ras: not an image of any known kind" \
+  "x.ras: not an image of any known kind"; do
+  grep -qxF "tarnimage: $broken/$reason" /tmp/tarn_cli_err.$$ ||
+    { echo "FAIL: no reason: $reason"; cat /tmp/tarn_cli_err.$$; fail=1; }
+done
+check "info on broken files" 0 "$tool" info "$broken"
+test "$(wc -l < /tmp/tarn_cli_err.$$)" -eq 3 || { echo "FAIL: without -v, only the three refused files"; fail=1; }
+grep -q "not an image" /tmp/tarn_cli_err.$$ && { echo "FAIL: a non-image is reported without -v"; fail=1; }
+check "-v after the command" 1 "$tool" info "$broken" x.ras -v
+grep -q "x.ras: not an image of any known kind" /tmp/tarn_cli_err.$$ || { echo "FAIL: -v after the command"; fail=1; }
+
+# The first 7 rows survive in 700 bytes.
+head -c 700 "$whole" > "$broken/half.ras"
+check "render of a file cut in half" 3 "$tool" render "$broken" half.ras -o "$empty/half.png"
+grep -qxF "tarnimage: $broken/half.ras: 8 of 15 rows could not be read" /tmp/tarn_cli_err.$$ ||
+  { echo "FAIL: count of unread rows"; cat /tmp/tarn_cli_err.$$; fail=1; }
+test -s "$empty/half.png" || { echo "FAIL: the partial block is not written"; fail=1; }
+rm -f "$empty/half.png"
+check "render of a whole file" 0 "$tool" render "$data/sunraster" std-rgb-24bit-29x15.ras -o "$empty/whole.png"
+test ! -s /tmp/tarn_cli_err.$$ || { echo "FAIL: messages for a whole file"; cat /tmp/tarn_cli_err.$$; fail=1; }
+rm -f "$empty/whole.png"
+check "render of a type-3 file" 1 "$tool" render "$broken" type-three.ras -o "$empty/t.png"
+grep -q "15 of 15 rows could not be read" /tmp/tarn_cli_err.$$ || { echo "FAIL: no row count"; fail=1; }
+test ! -e "$empty/t.png" || { echo "FAIL: a block of no rows was written"; fail=1; }
+check "render of a 4-bit file" 1 "$tool" render "$broken" four-bit.ras -o "$empty/t.png"
+test "$(grep -c "4 bits per pixel" /tmp/tarn_cli_err.$$)" -eq 1 || { echo "FAIL: the reason once"; fail=1; }
+rm -f "$broken"/*.ras
+rmdir "$broken"
+
+hopper="$samples/sunraster/hopper.ras"
+if [ -n "$samples" ] && [ -f "$hopper" ]; then
+  check "render of hopper.ras" 1 "$tool" render "$samples/sunraster" hopper.ras -o "$empty/h.png"
+  test -s /tmp/tarn_cli_err.$$ || { echo "FAIL: no message for hopper.ras"; fail=1; }
+  test ! -e "$empty/h.png" || { echo "FAIL: hopper.ras written"; fail=1; }
+else
+  echo "skipped: render of hopper.ras ($hopper is absent)"
+fi
 rmdir "$empty"
 rm -f /tmp/tarn_cli_out.$$ /tmp/tarn_cli_err.$$
 exit $fail

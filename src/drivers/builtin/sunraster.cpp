@@ -257,6 +257,63 @@ int unpack_multi(Image* image, int bytes_per_pixel) {
     return 0;
 }
 
+// Why the opens will refuse a file, or read none of its rows, in the order
+// they test; said only to a host that listens, and never changing a result.
+void explain_sun_file(const char* name) {
+    FILE* file = tarn_fopen(name, "r");
+    if (!file) {
+        tarn_report(TARN_MESSAGE_ERROR, "cannot be opened");
+        return;
+    }
+    long long size = file_size(file);
+    uint8_t raw[kHeaderBytes];
+    size_t got = tarn_fread(raw, 1, kHeaderBytes, file);
+    tarn_fclose(file);
+    if (got != kHeaderBytes) {
+        tarn_report(TARN_MESSAGE_ERROR, "Sun raster is shorter than its %d-byte header (%lld bytes)",
+                    kHeaderBytes, size);
+        return;
+    }
+    SunHeader h;
+    parse_header(raw, &h);
+    bool true_colour = h.depth == 24 || h.depth == 32;
+    if (h.width < 1 || h.height < 1 || h.depth < 1) {
+        tarn_report(TARN_MESSAGE_ERROR,
+                    "Sun raster header gives a width of %d, a height of %d and a depth of %d; "
+                    "none may be below 1",
+                    h.width, h.height, h.depth);
+    } else if (!header_sizes_ok(h)) {
+        tarn_report(TARN_MESSAGE_ERROR,
+                    "Sun raster header gives %d x %d pixels at %d bits, a size the library "
+                    "will not allocate",
+                    h.width, h.height, h.depth);
+    } else if (h.depth != 1 && h.depth != 8 && h.depth != 16 && !true_colour) {
+        tarn_report(TARN_MESSAGE_ERROR,
+                    "Sun raster header gives %d bits per pixel; only 1, 8, 16, 24 and 32 are read",
+                    h.depth);
+    } else if (size <= kHeaderBytes) {
+        tarn_report(TARN_MESSAGE_ERROR, "Sun raster ends after its %d-byte header: no rows",
+                    kHeaderBytes);
+    } else if (!row_fits_file(h, size)) {
+        tarn_report(TARN_MESSAGE_ERROR,
+                    "Sun raster header gives sizes past the end of the file (%lld bytes)", size);
+    } else if (h.maptype == 2) {
+        tarn_report(TARN_MESSAGE_ERROR, "Sun raster with a colour map of type 2 (raw) is not read");
+    } else if (true_colour && h.maptype == 1) {
+        tarn_report(TARN_MESSAGE_ERROR,
+                    "Sun raster of %d bits per pixel with a colour map is not read", h.depth);
+    } else if (h.maptype == 1 && (h.maplength < 0 || h.maplength > size - kHeaderBytes)) {
+        tarn_report(TARN_MESSAGE_ERROR,
+                    "Sun raster header gives a colour map of %d bytes past the end of the file "
+                    "(%lld bytes)",
+                    h.maplength, size);
+    } else if (h.type == 3) {
+        tarn_report(TARN_MESSAGE_ERROR, "Sun raster of type 3 (RGB order) has no row reader");
+    } else if (h.type < 0 || h.type > 3) {
+        tarn_report(TARN_MESSAGE_ERROR, "Sun raster of type %d has no row reader", h.type);
+    }
+}
+
 int open_file_and_header(Image* image, const char* name, SunHeader** out) {
     image->type = kSunType;
     SunHeader* header = static_cast<SunHeader*>(calloc(1, sizeof(SunHeader)));
@@ -395,6 +452,9 @@ int clrrd_SUNRASTER_hdr(Image* image) {
 }
 
 int get_SUNRASTER_info(const char* name, int* rows, int* columns, int* bands, int* depth) {
+    // The image object asks this once as it admits a file: the place to say
+    // what the later opens would refuse.
+    if (tarn_messages_wanted()) explain_sun_file(name);
     SunHeader header;
     if (read_sun_header(name, &header) == -1) return -1;
     bool true_colour = header.depth == 24 || header.depth == 32;
