@@ -27,7 +27,8 @@ typedef int (*DriverNameClaim)(const char* name);
 typedef int (*DriverInfoFunc)(const char* name, int* rows, int* columns, int* bands, int* depth);
 typedef int (*DriverExtentFunc)(const char* name, int* rows, int* columns);
 typedef int (*DriverValueFunc)(const char* name, int* value);
-typedef int (*DriverTransformFunc)(const char* name, double* transform);
+/* 1 when the format's header gave the six transform numbers, else not 1. */
+typedef int (*DriverTransformFunc)(const char* name, int type, double* transform);
 
 enum ImageDriverFlags : uint32_t {
     /* Identification takes a file by its suffix alone... */
@@ -66,6 +67,13 @@ enum ImageDriverFlags : uint32_t {
     /* The name claim answers for a whole dataset: identification gives the type
      * code as its result and leaves the found name as the claim saw it. */
     DRIVER_CLAIMS_DATASETS = 1u << 16,
+    /* No world transform is made for the code: not from a world file, the
+     * header or the size. */
+    DRIVER_UNPLACED = 1u << 17,
+    /* The header transform is the only source: no world file, no identity. */
+    DRIVER_HEADER_PLACES_ONLY = 1u << 18,
+    /* The header transform counts when it answers anything but a negative value. */
+    DRIVER_HEADER_TRANSFORM_UNSIGNED = 1u << 19,
 };
 
 /* How the channel's image_colors and get_image_colormap present the colour map. */

@@ -55,6 +55,7 @@ int clrrd_STANDARD_hdr(Image* image);
 int clrrd_TIFF_hdr(Image* image);
 int clrrd_BMP_hdr(Image* image);
 int clrrd_ADRG_hdr(Image* image);
+int read_ADRG_header_trans(const char* name, int type, double* transform);
 
 /* Content probes: 1 when the first bytes match, else 0. Each rewinds the file.
  * The constant ones hold the place where such a test would go. */

@@ -58,6 +58,8 @@ int clrrd_STANDARD_hdr(Image*) { return 1; }
 int clrrd_TIFF_hdr(Image*) { return 1; }
 int clrrd_BMP_hdr(Image*) { return 1; }
 int clrrd_ADRG_hdr(Image*) { return 1; }
+// ADRG images are placed by a world file only: the header member gives 0.
+int read_ADRG_header_trans(const char*, int, double*) { return 0; }
 
 int check_format_ERDAS(FILE* fp) {
     uint8_t head[7];
@@ -175,7 +177,8 @@ extern const ImageDriver driver_BSQ = STANDARD_ROW(11, BSQ, ".bsq");
 // Identification never gives this code: a TIFF on disk goes to the registered
 // TIFF driver. Only an explicit open with the code reaches it.
 extern const ImageDriver driver_TIFF = {
-    .type = 7, .keyword = "TIFF", .flags = DRIVER_RESAMPLES_ROWS | DRIVER_RESAMPLES_MULTI_ROWS,
+    .type = 7, .keyword = "TIFF",
+    .flags = DRIVER_RESAMPLES_ROWS | DRIVER_RESAMPLES_MULTI_ROWS | DRIVER_UNPLACED,
     .suffixes = {".tif"}, .open_multi = open_three_bands<open_multi_TIFF>, .close = close_TIFF,
     .close_multi = close_TIFF, .clear_header = clrrd_TIFF_hdr, .setup_runio = setup_runio_TIFF,
     .isok_runio = isok_runio_TIFF,
@@ -188,6 +191,7 @@ extern const ImageDriver driver_ADRG = {
     .open = open_one_band<open_ADRG>, .open_multi = open_three_bands<open_multi_ADRG>,
     .close = close_ADRG, .close_multi = close_ADRG, .clear_header = clrrd_ADRG_hdr,
     .read_nbands = constant_property<3>, .get_depth = constant_property<8>,
+    .read_header_trans = read_ADRG_header_trans,
 };
 
 // suffname does not know ".BMP", although it is a built-in suffix everywhere else.

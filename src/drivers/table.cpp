@@ -20,7 +20,8 @@ TARN_DRIVER_ROWS(TARN_DECLARE_ROW)
 
 // The keyword table's first row, "SAME": no format of its own, and a keyword
 // that only type_from_keyword knows.
-const ImageDriver driver_SAME = {.type = 0, .keyword = "SAME", .flags = DRIVER_KEYWORD_UNNAMED};
+const ImageDriver driver_SAME = {
+    .type = 0, .keyword = "SAME", .flags = DRIVER_KEYWORD_UNNAMED | DRIVER_UNPLACED};
 
 namespace {
 

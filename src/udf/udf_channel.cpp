@@ -10,6 +10,7 @@ extern "C" {
 int open_UDF(Image*, const char*, int, int, int) { return -1; }
 int open_multi_UDF(Image*, const char*, int, int, int, int, int) { return -1; }
 int close_UDF(Image*) { return 0; }
+int read_UDF_header_trans(const char*, int, double*) { return -1; }
 
 }
 
@@ -28,7 +29,9 @@ int open_multi_udf(Image* image, const char* name, int red, int green, int blue,
 // "USER DEFINED" is the generic word for these formats: keyword_from_type
 // gives it for 1000, type_from_keyword never matches it.
 extern const ImageDriver driver_UDF = {
-    .type = 1000, .keyword = "USER DEFINED", .flags = DRIVER_TYPE_RANGE | DRIVER_KEYWORD_UNMATCHED,
+    .type = 1000, .keyword = "USER DEFINED",
+    .flags = DRIVER_TYPE_RANGE | DRIVER_KEYWORD_UNMATCHED | DRIVER_HEADER_TRANSFORM_UNSIGNED,
     .open = open_udf, .open_multi = open_multi_udf, .close = close_UDF, .close_multi = close_UDF,
+    .read_header_trans = read_UDF_header_trans,
     .colour_form = COLOURS_RANGED,
 };

@@ -14,7 +14,7 @@ done
 # The driver registry and the naming calls are a host's to use.
 for name in II_RegisterUDF II_UnregisterUDF II_UnregisterAllUDF II_GetUDFKeyword \
             type_from_keyword keyword_from_type name_from_type get_type_from_extension \
-            suffname check_format_ADRG check_format_TIFF parse_grass_name \
+            suffname check_format_ADRG check_format_TIFF parse_grass_name calc_image_world_box \
             tarn_set_message_handler; do
   echo "$symbols" | grep -qx "$name" || { echo "$name is not exported"; exit 1; }
 done

@@ -36,7 +36,7 @@ check "render with a bad clip" 2 "$tool" render "$empty" x.ras --clip 1,2,3 -o "
 check "render with a bad scale" 2 "$tool" render "$empty" x.ras --scale -1 -o "$empty/o.png"
 test ! -e "$empty/out.png" || { echo "FAIL: output written for a missing file"; fail=1; }
 check "info on the Sun raster fixtures" 0 "$tool" info "$data/sunraster"
-grep -q "^std-rgb-24bit-29x15.ras  type 2 SUNRASTER  29x15  bands 3  depth 8  not georeferenced$" \
+grep -q "^std-rgb-24bit-29x15.ras  type 2 SUNRASTER  29x15  bands 3  depth 8  geotransform 1 0 0 0 -1 14$" \
   /tmp/tarn_cli_out.$$ || { echo "FAIL: info line of a 24-bit file"; fail=1; }
 check "info --json" 0 "$tool" info "$data/sunraster" std-bw-1bit-13x7.ras --json
 grep -q '"name": "std-bw-1bit-13x7.ras", "type": 2, "type_name": "SUNRASTER", "width": 13, "height": 7, "bands": 1, "depth": 1' \

@@ -26,6 +26,10 @@ int read_GRASS_extent(const char*, int*, int*) {
     user_error("Unable to read Grass header\n");
     return -1;
 }
+int read_GRASS_header_trans(const char*, int, double*) {
+    user_error("Unable to read Grass header\n");
+    return -1;
+}
 int open_multi_GRASS(Image*, const char*, int, int, int, int) { return -1; }
 
 int open_SVF(Image*, const char*, int) { return -1; }
@@ -42,6 +46,7 @@ int open_multi_GRID(Image*, const char*, int, int, int, int, char*, char*) { ret
 int close_GRID(Image*) { return 0; }
 int close_multi_GRID(Image*) { return 0; }
 int grid_window_map(Image*, int, int, int, int) { return -1; }
+int get_GRID_trans(const char*, int, double*) { return -1; }
 int store_external_colormap_GRID(Image*, void*) { return 1; }
 int store_external_lut_GRID(Image*, void*) { return 1; }
 
@@ -133,7 +138,8 @@ extern const ImageDriver driver_GRASS = {
     .type = 4, .keyword = "GRASS", .check = check_format_GRASS,
     .extend_and_check = extend_and_check_if_GRASS, .open = open_without_band<open_GRASS>,
     .open_multi = open_three_bands<open_multi_GRASS>, .read_extent = read_GRASS_extent,
-    .read_nbands = constant_property<1>, .colour_form = COLOURS_UNRANGED,
+    .read_nbands = constant_property<1>, .read_header_trans = read_GRASS_header_trans,
+    .colour_form = COLOURS_UNRANGED,
     .reserved_colours = 2, .colormap_skip = 2,
 };
 
@@ -157,17 +163,19 @@ extern const ImageDriver driver_GRID = {
     .type = 10, .keyword = "GRID",
     .flags = DRIVER_NEEDS_COMPANION | DRIVER_FINISHED_ROWS | DRIVER_BYTE_RAMP |
              DRIVER_STORED_COLOUR_TYPE | DRIVER_STORED_COLOUR_TYPE_GREY_TESTED |
-             DRIVER_CLAIMS_DATASETS,
+             DRIVER_CLAIMS_DATASETS | DRIVER_HEADER_PLACES_ONLY,
     .claims_name = grids_claim, .open = open_grid, .open_multi = open_multi_grid,
-    .close = close_GRID, .close_multi = close_multi_GRID, .map_window = map_grid_window,
+    .close = close_GRID, .close_multi = close_multi_GRID, .read_header_trans = get_GRID_trans,
+    .map_window = map_grid_window,
     .store_colormap = store_external_colormap_GRID, .store_lut = store_external_lut_GRID,
     .colour_form = COLOURS_RANGED, .reserved_colours = 1, .colormap_skip = 1,
 };
 
-extern const ImageDriver driver_IMAGINE = {.type = 12, .keyword = "IMAGINE"};
+extern const ImageDriver driver_IMAGINE = {.type = 12, .keyword = "IMAGINE", .flags = DRIVER_UNPLACED};
 
 extern const ImageDriver driver_GRAFILE = {
     .type = 100, .keyword = "GRAFILE",
-    .flags = DRIVER_KEYWORD_UNMATCHED | DRIVER_TRUE_COLOUR_WITHOUT_MAP | DRIVER_STORED_COLOUR_TYPE,
+    .flags = DRIVER_KEYWORD_UNMATCHED | DRIVER_TRUE_COLOUR_WITHOUT_MAP | DRIVER_STORED_COLOUR_TYPE |
+             DRIVER_UNPLACED,
     .open = open_grafile, .close = close_grafile,
 };

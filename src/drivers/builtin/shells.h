@@ -16,6 +16,9 @@ int GenStackExists(void);
 int CellLyrExists(const char* name);
 /* The GRASS shell has no cell header to read: always -1. */
 int read_GRASS_extent(const char* name, int* rows, int* columns);
+int read_GRASS_header_trans(const char* name, int type, double* transform);
+/* Grids are placed by their own data only, which is never read here: -1. */
+int get_GRID_trans(const char* name, int type, double* transform);
 
 TARN_END_C
 
