@@ -74,6 +74,9 @@ enum ImageDriverFlags : uint32_t {
     DRIVER_HEADER_PLACES_ONLY = 1u << 18,
     /* The header transform counts when it answers anything but a negative value. */
     DRIVER_HEADER_TRANSFORM_UNSIGNED = 1u << 19,
+    /* Samples can be the format's no-data mark (255 at 8 bits, 0x80000001 at 32),
+     * for which a band stream answers no value. */
+    DRIVER_NO_DATA_SAMPLES = 1u << 20,
 };
 
 /* How the channel's image_colors and get_image_colormap present the colour map. */
@@ -116,6 +119,8 @@ struct ImageDriver {
     DriverImageFunc map_window = nullptr;      /* after the window is set */
     DriverStoreFunc store_colormap = nullptr;  /* null: -1 */
     DriverStoreFunc store_lut = nullptr;
+    /* Non-zero when a row of the type holds every band, one image width each. */
+    int (*all_bands_in_row)(int type) = nullptr;
 
     DriverColourForm colour_form = COLOURS_PLAIN;
     int32_t reserved_colours = 0;              /* entries image_colors leaves out */

@@ -6,6 +6,7 @@
 #include <string.h>
 
 #include "channel/channel.h"
+#include "objects/band_stream.h"
 #include "channel/identify.h"
 #include "channel/properties.h"
 #include "channel/world.h"
@@ -265,9 +266,18 @@ IInternalRStream* CIImageImpl::getRGBStream() {
     return static_cast<IInternalRStream*>(this);
 }
 
-IInternalRStreamCollection* CIImageImpl::getStreams(int*, int) {
-    // Band streams are not served yet.
-    return nullptr;
+IInternalRStreamCollection* CIImageImpl::getStreams(int* bands, int count) {
+    // One collection per clip: a second call gives the same streams, whatever
+    // bands it asks for, until setClipRect drops them.
+    if (!m_streams) {
+        auto* streams = new (std::nothrow)
+            CIIStreamCollectionImpl(this, m_path, m_clipX, m_clipY, m_clipWidth, m_clipHeight);
+        if (!streams) return nullptr;
+        for (int i = 0; bands && i < count; ++i) streams->addStream(bands[i]);
+        m_streams = streams;
+    }
+    m_streams->addRef();
+    return m_streams;
 }
 
 ITarnRasterColorMap* CIImageImpl::getColorMap() {

@@ -44,6 +44,8 @@ struct RegisteredDriver {
     /* The driver's answer to UDF_LibCanExit; null answers 1. */
     int (*can_exit)(void);
     RegisteredState* state;
+    /* Rows hold every band of the file, whatever band was asked for. */
+    bool all_bands_in_row = false;
 };
 
 /* Entry points of a driver whose reader is not written yet: exist declines,

@@ -261,6 +261,13 @@ int UDF_LibExit(void) {
     return 1;
 }
 
+int registered_all_bands_in_row(int type) {
+    for (const RegisteredDriver* driver : kRegistered)
+        if (driver->all_bands_in_row && type > 0 && driver->state->type == static_cast<uint32_t>(type))
+            return 1;
+    return 0;
+}
+
 int UDF_LibCanExit(void) {
     for (const RegisteredDriver* driver : kRegistered) {
         if (!driver->asked_at_exit) continue;

@@ -37,6 +37,8 @@ int open_UDF(Image* image, const char* name, int band, int display, int type);
 int open_multi_UDF(Image* image, const char* name, int red, int green, int blue, int display,
                    int type);
 int close_UDF(Image* image);
+/* Non-zero when the registered driver of this type delivers every band in one row. */
+int registered_all_bands_in_row(int type);
 /* The registered driver's header as a transform: pixel x, minus pixel y, origin. */
 int read_UDF_header_trans(const char* name, int type, double* transform);
 

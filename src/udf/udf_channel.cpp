@@ -32,6 +32,6 @@ extern const ImageDriver driver_UDF = {
     .type = 1000, .keyword = "USER DEFINED",
     .flags = DRIVER_TYPE_RANGE | DRIVER_KEYWORD_UNMATCHED | DRIVER_HEADER_TRANSFORM_UNSIGNED,
     .open = open_udf, .open_multi = open_multi_udf, .close = close_UDF, .close_multi = close_UDF,
-    .read_header_trans = read_UDF_header_trans,
+    .read_header_trans = read_UDF_header_trans, .all_bands_in_row = registered_all_bands_in_row,
     .colour_form = COLOURS_RANGED,
 };

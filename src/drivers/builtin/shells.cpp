@@ -163,7 +163,7 @@ extern const ImageDriver driver_GRID = {
     .type = 10, .keyword = "GRID",
     .flags = DRIVER_NEEDS_COMPANION | DRIVER_FINISHED_ROWS | DRIVER_BYTE_RAMP |
              DRIVER_STORED_COLOUR_TYPE | DRIVER_STORED_COLOUR_TYPE_GREY_TESTED |
-             DRIVER_CLAIMS_DATASETS | DRIVER_HEADER_PLACES_ONLY,
+             DRIVER_CLAIMS_DATASETS | DRIVER_HEADER_PLACES_ONLY | DRIVER_NO_DATA_SAMPLES,
     .claims_name = grids_claim, .open = open_grid, .open_multi = open_multi_grid,
     .close = close_GRID, .close_multi = close_multi_GRID, .read_header_trans = get_GRID_trans,
     .map_window = map_grid_window,

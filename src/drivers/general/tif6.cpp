@@ -10,5 +10,5 @@ static RegisteredState state_TIF6 = {0, 0};
 extern const RegisteredDriver registered_TIF6 = {
     placeholder_exist, placeholder_open, placeholder_close, placeholder_getrow,
     "TIFF6", "tif", "TIFF (*.tif; *.tff; *.tiff)", "*.tif;*.tff;*.tiff",
-    START_COUNTED, true, nullptr, nullptr, &state_TIF6,
+    START_COUNTED, true, nullptr, nullptr, &state_TIF6, true,
 };
