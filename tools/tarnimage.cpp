@@ -6,6 +6,8 @@
 #include <tarnimage/tarnimage.h>
 #include <tarnimage/udf.h>
 
+#include "cli_support.h"
+
 #include <png.h>
 
 #include <cerrno>
@@ -45,6 +47,17 @@ const char kUsage[] =
     "      uint8 with shape (height, width, 4) when OUT ends in .npy. Prints\n"
     "      the result rectangle as: result X Y W H. A block of more than N\n"
     "      pixels (default 268435456) is refused before it is read.\n"
+    "  value DIR FILE X Y [--json]\n"
+    "      Print, for every band, the raw value its band stream gives at image\n"
+    "      pixel (X, Y): the stored bit pattern as an unsigned number (signed\n"
+    "      and float samples are not converted). With --json, an array of\n"
+    "      {band, depth_code, value}; depth codes 3, 5 and 7 are 8-, 16- and\n"
+    "      32-bit samples.\n"
+    "  bands DIR FILE [--band N] [--clip X,Y,W,H] -o OUT.raw|OUT.npy\n"
+    "      Write the raw values of every band (or band N) over the clip, band\n"
+    "      after band, rows top to bottom, one sample a pixel in host byte\n"
+    "      order: unsigned 8-bit up to 8 bits, 16-bit for 16, 32-bit above.\n"
+    "      .npy is NumPy's format with shape (bands, rows, columns).\n"
     "  --version\n"
     "      Print the version.\n"
     "  --help, help\n"
@@ -94,35 +107,6 @@ struct Released {
     }
 };
 
-std::string json_escape(const std::string& text) {
-    std::string out;
-    for (unsigned char c : text) {
-        switch (c) {
-        case '"': out += "\\\""; break;
-        case '\\': out += "\\\\"; break;
-        case '\n': out += "\\n"; break;
-        case '\r': out += "\\r"; break;
-        case '\t': out += "\\t"; break;
-        default:
-            if (c < 0x20) {
-                char buf[8];
-                std::snprintf(buf, sizeof buf, "\\u%04x", c);
-                out += buf;
-            } else {
-                out += static_cast<char>(c);
-            }
-        }
-    }
-    return out;
-}
-
-std::string json_number(double value) {
-    if (!std::isfinite(value)) return "null";
-    char buf[64];
-    std::snprintf(buf, sizeof buf, "%.17g", value);
-    return buf;
-}
-
 struct ImageFacts {
     std::string name;
     long type = -1;
@@ -149,11 +133,6 @@ ImageFacts facts_of(IInternalImage* image) {
     f.georeferenced = image->isGeoReferenced();
     image->getGeoReference(&f.geo[0], &f.geo[1], &f.geo[2], &f.geo[3], &f.geo[4], &f.geo[5]);
     return f;
-}
-
-bool is_directory(const std::string& path) {
-    struct stat st;
-    return stat(path.c_str(), &st) == 0 && S_ISDIR(st.st_mode);
 }
 
 int command_info(const std::vector<std::string>& args) {
@@ -233,22 +212,6 @@ int command_info(const std::vector<std::string>& args) {
     return 0;
 }
 
-bool parse_long_list(const std::string& text, long* values, int count) {
-    const char* p = text.c_str();
-    for (int i = 0; i < count; ++i) {
-        char* end = nullptr;
-        errno = 0;
-        values[i] = std::strtol(p, &end, 10);
-        if (end == p || errno) return false;
-        p = end;
-        if (i + 1 < count) {
-            if (*p != ',') return false;
-            ++p;
-        }
-    }
-    return *p == '\0';
-}
-
 bool write_png(const std::string& path, const unsigned char* rgba, long width, long height) {
     FILE* out = std::fopen(path.c_str(), "wb");
     if (!out) return false;
@@ -267,33 +230,6 @@ bool write_png(const std::string& path, const unsigned char* rgba, long width, l
         ok = true;
     }
     png_destroy_write_struct(png ? &png : nullptr, info ? &info : nullptr);
-    return std::fclose(out) == 0 && ok;
-}
-
-bool ends_with(const std::string& text, const char* suffix) {
-    size_t n = std::strlen(suffix);
-    return text.size() > n && text.compare(text.size() - n, n, suffix) == 0;
-}
-
-// NPY format 1.0: magic, version, a little-endian header length, and a
-// Python dict literal padded with spaces to a multiple of 64 bytes.
-bool write_npy(const std::string& path, const unsigned char* rgba, long width, long height) {
-    std::string dict = "{'descr': '|u1', 'fortran_order': False, 'shape': (" +
-                       std::to_string(height) + ", " + std::to_string(width) + ", 4), }";
-    size_t unpadded = 10 + dict.size() + 1;
-    dict.append((64 - unpadded % 64) % 64, ' ');
-    dict += '\n';
-    std::string head = "\x93NUMPY";
-    head += '\x01';
-    head += '\x00';
-    head += static_cast<char>(dict.size() & 0xFF);
-    head += static_cast<char>((dict.size() >> 8) & 0xFF);
-    head += dict;
-    FILE* out = std::fopen(path.c_str(), "wb");
-    if (!out) return false;
-    size_t bytes = static_cast<size_t>(width) * height * 4;
-    bool ok = std::fwrite(head.data(), 1, head.size(), out) == head.size() &&
-              std::fwrite(rgba, 1, bytes, out) == bytes;
     return std::fclose(out) == 0 && ok;
 }
 
@@ -439,7 +375,7 @@ int command_render(const std::vector<std::string>& args) {
         const unsigned char* rgba = static_cast<const unsigned char*>(block->data());
         bool written = form == kPng   ? write_png(output, rgba, w, h)
                        : form == kRaw ? write_raw(output, rgba, w, h)
-                                      : write_npy(output, rgba, w, h);
+                                      : write_npy(output, rgba, static_cast<size_t>(w) * h * 4, "|u1", {h, w, 4});
         if (!written) {
             std::fprintf(stderr, "tarnimage: %s: cannot write\n", output.c_str());
             status = 1;
@@ -481,6 +417,8 @@ int main(int argc, char** argv) {
     args.erase(args.begin());
     if (command == "info") return command_info(args);
     if (command == "render") return command_render(args);
+    if (command == "value") return command_value(args);
+    if (command == "bands") return command_bands(args);
     std::fprintf(stderr, "tarnimage: unknown command %s (see --help)\n", command.c_str());
     return 2;
 }

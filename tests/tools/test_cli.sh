@@ -111,6 +111,23 @@ test "$(grep -c "4 bits per pixel" /tmp/tarn_cli_err.$$)" -eq 1 || { echo "FAIL:
 rm -f "$broken"/*.ras
 rmdir "$broken"
 
+# Raw band values against netpbm's decode of the same files: a grey raster's
+# bytes are the PGM's samples, and the value at a point of a 24-bit raster
+# is the PPM's red, green and blue there.
+grey="$data/sunraster/std-grey-8bit-nomap-13x7"
+check "bands of a grey raster" 0 "$tool" bands "$data/sunraster" "$(basename "$grey").ras" -o "$empty/g.raw"
+tail -c 91 "$grey.pnm" | cmp -s - "$empty/g.raw" || { echo "FAIL: grey band values"; fail=1; }
+check "bands of a clip of band 2" 0 "$tool" bands "$data/sunraster" std-rgb-24bit-29x15.ras --band 2 --clip 5,7,1,1 -o "$empty/p.raw"
+rgb=$(tail -c $((29 * 15 * 3)) "$data/sunraster/std-rgb-24bit-29x15.pnm" | od -An -tu1 -v -j $(((7 * 29 + 5) * 3)) -N3 | tr -s ' ' | sed 's/^ //')
+test "$(od -An -tu1 "$empty/p.raw" | tr -d ' ')" = "$(echo "$rgb" | cut -d' ' -f2)" || { echo "FAIL: band 2 at 5,7"; fail=1; }
+check "value at a point" 0 "$tool" value "$data/sunraster" std-rgb-24bit-29x15.ras 5 7
+test "$(cut -d' ' -f3 /tmp/tarn_cli_out.$$ | tr '\n' ' ' | sed 's/ $//')" = "$rgb" || { echo "FAIL: value at 5,7: $(cat /tmp/tarn_cli_out.$$) vs $rgb"; fail=1; }
+check "value as json" 0 "$tool" value "$data/sunraster" std-rgb-24bit-29x15.ras 5 7 --json
+grep -q '"depth_code": 3' /tmp/tarn_cli_out.$$ || { echo "FAIL: value json"; fail=1; }
+check "value outside" 1 "$tool" value "$data/sunraster" std-rgb-24bit-29x15.ras 29 0
+check "bands output name" 2 "$tool" bands "$data/sunraster" std-rgb-24bit-29x15.ras -o "$empty/x.png"
+rm -f "$empty"/*.raw
+
 hopper="$samples/sunraster/hopper.ras"
 if [ -n "$samples" ] && [ -f "$hopper" ]; then
   check "render of hopper.ras" 1 "$tool" render "$samples/sunraster" hopper.ras -o "$empty/h.png"
