@@ -191,6 +191,11 @@ int get_image_type_from_name(const char* name, char* resolved, int* type) {
     return result;
 }
 
+int image_type_is_dataset(int type) {
+    const ImageDriver* driver = type == -1 ? nullptr : find_image_driver(type);
+    return driver && (driver->flags & DRIVER_CLAIMS_DATASETS) ? 1 : 0;
+}
+
 int dot(const char* name) {
     if (!name) return 0;
     const char* last = strrchr(name, '.');

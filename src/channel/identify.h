@@ -18,6 +18,10 @@ TARN_BEGIN_C
 #define TARN_PATH_MAX 4096
 int get_image_type_from_name(const char* name, char* resolved, int* type);
 
+/* 1 when the type names a dataset claimed by name (a grid directory) rather
+ * than one file, else 0. */
+int image_type_is_dataset(int type);
+
 /* Position of the last "." of the whole name, or its length. */
 int dot(const char* name);
 

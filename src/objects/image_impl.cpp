@@ -1,12 +1,15 @@
 #include "objects/image_impl.h"
 
 #include <mutex>
+#include <string>
+#include <vector>
 #include <new>
 #include <stdlib.h>
 #include <string.h>
 
 #include "channel/channel.h"
 #include "objects/band_stream.h"
+#include "objects/colormap_impl.h"
 #include "channel/identify.h"
 #include "channel/properties.h"
 #include "channel/world.h"
@@ -282,12 +285,28 @@ IInternalRStreamCollection* CIImageImpl::getStreams(int* bands, int count) {
 
 ITarnRasterColorMap* CIImageImpl::getColorMap() {
     if (!m_valid || m_bandCount > 1) return nullptr;
-    if (!m_colorMapPending) {
-        if (m_colorMap) m_colorMap->addRef();
-        return m_colorMap;
+    if (m_colorMapPending) {
+        m_colorMapPending = 0;
+        m_colorMap = nullptr;
+        try {
+            Utf8 path(m_path);
+            std::string name = path.data ? path.data : "";
+            // Grids have no extension for the colour file's name to replace.
+            if (image_type_is_dataset(m_type)) name += ".aaa";
+            std::vector<char> colour_name(name.size() + 8, '\0');
+            if (get_standard_color_name(name.c_str(), colour_name.data()) < 0) {
+                m_colorMap = new (std::nothrow) CIntegratorCMapImpl();
+            } else {
+                m_colorMap = new (std::nothrow)
+                    CIntegratorCMapImpl(CTarnUString(colour_name.data()), m_type);
+                if (m_colorMap) m_colorMap->setChanged();
+            }
+        } catch (...) {
+            m_colorMap = nullptr;  // out of memory: no map, and nothing escapes
+        }
     }
-    // The colour map object is not served yet: no map.
-    return nullptr;
+    if (m_colorMap) m_colorMap->addRef();
+    return m_colorMap;
 }
 
 long CIImageImpl::setFetchMode(long mode) {

@@ -21,6 +21,8 @@ struct Utf8 {
 
 /* One raster file as the host sees it. The embedded Image is idle between
  * reads: every getData opens the file and closes it again. */
+class CIntegratorCMapImpl;
+
 class CIImageImpl : public IInternalImage, public IInternalRStream {
 public:
     CIImageImpl();
@@ -93,8 +95,7 @@ private:
      * release deletes, so that two threads never both see the end. */
     std::atomic<int32_t> m_liveCount{1};
     int32_t m_colorMapPending = 1;
-    ITarnRasterColorMap* m_colorMap = nullptr;
-    bool m_colorMapChanged = false;  // the host changed the colour map object
+    CIntegratorCMapImpl* m_colorMap = nullptr;
     /* The read in progress, with its Image record and display state. */
     RgbaPipeline m_pipeline;
     /* Set, after the georeference is stored, by the first isGeoReferenced;

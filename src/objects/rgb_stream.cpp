@@ -6,6 +6,7 @@
 #include <new>
 #include <stdlib.h>
 
+#include "objects/colormap_impl.h"
 #include "objects/image_impl.h"
 #include "platform/report.h"
 
@@ -105,7 +106,7 @@ int CIImageImpl::resetRGBStreamOpen(long, long, long, long) try {
     source.clip_height = m_clipHeight;
     source.scale = m_scale;
     source.external_colormap = &m_externalColorMap;
-    source.map_path = m_colorMap && m_colorMapChanged;
+    source.map_path = m_colorMap && m_colorMap->changed();
     source.lookup = [](void* self, Image* image) {
         static_cast<CIImageImpl*>(self)->lookupFunction(image);
     };
@@ -121,6 +122,30 @@ int CIImageImpl::resetRGBStreamError() { return rgba_error(&m_pipeline); }
 
 void CIImageImpl::getRGBStreamRow(void* block) { rgba_row(&m_pipeline, block); }
 
-void CIImageImpl::lookupFunction(Image*) {
-    // Colour map objects are not served yet; nothing reaches here.
+void CIImageImpl::lookupFunction(Image* image) {
+    if (m_bandCount >= 3 || !m_colorMap || !image->grow2) return;
+    const int w = image->out_last_x - image->out_x + 1;
+    uint8_t* target = reinterpret_cast<uint8_t*>(image->grow2);
+    for (int i = 0; i < w; ++i) {
+        double value;
+        if (image->row_resampled) {
+            if (!image->grow) return;
+            value = image->grow[i];
+        } else {
+            const int32_t column = image->col_map ? image->col_map[i] : i;
+            if (m_depth <= 8 && image->row8) value = image->row8[column];
+            else if (m_depth > 8 && m_depth <= 16 && image->row16) value = image->row16[column];
+            // 32-bit samples are signed integers here: no float grid reaches this path.
+            else if (m_depth > 16 && m_depth <= 32 && image->row32)
+                value = static_cast<int32_t>(image->row32[column]);
+            else return;
+        }
+        unsigned char r, g, b, a;
+        m_colorMap->getColor(value, r, g, b, a);
+        uint8_t* pixel = target + 4 * static_cast<size_t>(i);
+        pixel[0] = r;
+        pixel[1] = g;
+        pixel[2] = b;
+        pixel[3] = a;
+    }
 }
