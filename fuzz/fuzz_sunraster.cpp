@@ -1,8 +1,6 @@
 // Fuzz entry point for the Sun raster driver. The bytes become a file, which
-// is opened as the objects open it (one band for display, and three bands)
-// and as the channel interface opens it; each open maps the full window,
-// allocates its buffers and reads every row until the first that fails. Then
-// the image object reads it as a host would, through getData.
+// is opened as the objects open it and as the channel interface opens it, and
+// then read by the image object as a host would, through getData.
 
 #include <dirent.h>
 #include <stdint.h>
@@ -34,42 +32,31 @@ bool write_file(const std::string& path, const uint8_t* data, size_t size) {
     return fclose(file) == 0 && ok;
 }
 
-bool map_full_window(Image* image) {
+// Opens as the objects do, with one band for display (three_bands false) or
+// three bands, maps the full window, allocates its buffers and reads every
+// row until the first that fails.
+void open_and_read(const char* path, bool three_bands, int band, int display) {
+    Image image;
+    memset(&image, 0, sizeof image);
+    char empty[1] = {0};
     float zoom_x = 1.0f, zoom_y = 1.0f, origin_x = -0.5f, origin_y = -0.5f;
-    if (image_window_map(image, kSunRaster, 0, 0, image->columns, image->rows, &zoom_x, &zoom_y,
-                         &origin_x, &origin_y) != 1)
-        return false;
-    initialize_row_IO(image);
-    return true;
-}
-
-void read_rows(Image* image) {
-    for (int row = image->first_row; row <= image->last_row; ++row)
-        if (!image->get_row || image->get_row(image, row) == -1) break;
-}
-
-void single_band(const char* path, int band, int display) {
-    Image image;
-    memset(&image, 0, sizeof image);
-    char empty[1] = {0};
-    if (image_open(&image, path, kSunRaster, band, display, empty, empty) == 1 &&
-        map_full_window(&image) && allocate_internal_buffers(&image) == 1 &&
-        allocate_graphic_buffers(&image, 's') == 1)
-        read_rows(&image);
-    image_close(&image);
-}
-
-void three_bands(const char* path) {
-    Image image;
-    memset(&image, 0, sizeof image);
-    char empty[1] = {0};
-    if (multi_image_open(&image, path, kSunRaster, 3, 2, 1, 1, empty, empty) == 1 &&
-        map_full_window(&image) && allocate_multi_internal_buffers(&image) == 1 &&
-        allocate_multi_graphic_buffers(&image, 's') == 1)
-        read_rows(&image);
-    free_multi_buffers(&image);
-    free_multi_graphic_buffers(&image);
-    multi_image_close(&image);
+    if ((three_bands ? multi_image_open(&image, path, kSunRaster, 3, 2, 1, 1, empty, empty)
+                     : image_open(&image, path, kSunRaster, band, display, empty, empty)) == 1 &&
+        image_window_map(&image, kSunRaster, 0, 0, image.columns, image.rows, &zoom_x, &zoom_y,
+                         &origin_x, &origin_y) == 1) {
+        initialize_row_IO(&image);
+        if (three_bands ? allocate_multi_internal_buffers(&image) == 1 && allocate_multi_graphic_buffers(&image, 's') == 1
+                        : allocate_internal_buffers(&image) == 1 && allocate_graphic_buffers(&image, 's') == 1)
+            for (int row = image.first_row; row <= image.last_row; ++row)
+                if (!image.get_row || image.get_row(&image, row) == -1) break;
+    }
+    if (three_bands) {
+        free_multi_buffers(&image);
+        free_multi_graphic_buffers(&image);
+        multi_image_close(&image);
+    } else {
+        image_close(&image);
+    }
 }
 
 void channel(const char* path) {
@@ -125,9 +112,9 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     const std::string& path = temp_path();
     if (!write_file(path, data, size)) return 0;
     int descriptors = open_descriptors();
-    single_band(path.c_str(), 1, 1);
-    single_band(path.c_str(), 3, 0);
-    three_bands(path.c_str());
+    open_and_read(path.c_str(), false, 1, 1);
+    open_and_read(path.c_str(), false, 3, 0);
+    open_and_read(path.c_str(), true, 0, 0);
     channel(path.c_str());
     objects(path.c_str());
     unlink(path.c_str());

@@ -1,14 +1,19 @@
-// The Image record's open and close dispatch and the flat channel interface.
+// The Image record's open and close dispatch, the flat channel interface and
+// property dispatch. Sun raster properties against netpbm are in
+// tests/drivers/test_sunraster.cpp.
 
 #include <gtest/gtest.h>
 
 #include <stdlib.h>
 #include <string.h>
 
+#include <string>
 #include <vector>
 
 #include "channel/buffers.h"
 #include "channel/channel.h"
+#include "channel/properties.h"
+#include "test_support.h"
 
 namespace {
 
@@ -108,6 +113,24 @@ TEST(Channel, MultiBandCapacityIsHeldAgainstTheWindow) {
     uint8_t bytes[12];
     EXPECT_EQ(get_image_row8(image, 0, bytes, 4), -1);  // here the count rules
     EXPECT_EQ(get_image_row8(image, 0, bytes, 12), 1);
+}
+
+// Property dispatch by type code: a code without a reader, or a reader without
+// a file, fails and writes nothing.
+TEST(ImageProperties, CodesWithoutAReaderOrFileFail) {
+    std::string sun = tarntest::data_path("sunraster/std-grey-8bit-13x7.ras");
+    const struct { int type; std::string name; } cases[] = {
+        {0, sun}, {7, sun}, {1001, sun}, {-1000, sun}, {2, "/nonexistent/tarn/raster.ras"},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.type);
+        int rows = -9, columns = -9, bands = -9, depth = -9;
+        EXPECT_EQ(get_image_info(c.type, c.name.c_str(), &rows, &columns, &bands, &depth), -1);
+        EXPECT_EQ(get_image_extent(c.type, c.name.c_str(), &rows, &columns), -1);
+        EXPECT_EQ(get_image_nbands(c.type, c.name.c_str(), &bands), -1);
+        EXPECT_EQ(get_image_depth(c.type, c.name.c_str(), &depth), -1);
+        EXPECT_EQ(rows + columns + bands + depth, -36);
+    }
 }
 
 }  // namespace

@@ -29,15 +29,9 @@ struct KernelImage {
                       : *b == 'm' ? allocate_multi_internal_buffers(&image)
                                   : allocate_graphic_buffers(&image, 's'), 1);
     }
-    ~KernelImage() {
-        free_buffers(&image);
-        free_multi_internal_buffers(&image);
-        free_multi_graphic_buffers(&image);
-    }
+    ~KernelImage() { free_buffers(&image), free_multi_internal_buffers(&image), free_multi_graphic_buffers(&image); }
     void lut(LutChannel& channel, int low, const Row& values) {
-        channel.enabled = 1;
-        channel.low = low;
-        channel.high = low + static_cast<int>(values.size()) - 1;
+        channel.enabled = 1, channel.low = low, channel.high = low + static_cast<int>(values.size()) - 1;
         channel.table = static_cast<uint32_t*>(malloc(values.size() * sizeof(uint32_t)));
         memcpy(channel.table, values.data(), values.size() * sizeof(uint32_t));
     }
@@ -62,16 +56,14 @@ TEST(ScaleKernels, SingleBandWrapsToTheLowByte) {
     };
     for (const auto& c : cases) {
         k.image.row16[0] = c.in;
-        k.image.colormap.gray_low = c.low;
-        k.image.colormap.gray_step = c.step;
+        k.image.colormap.gray_low = c.low, k.image.colormap.gray_step = c.step;
         Scale16BitBuf(&k.image);
         EXPECT_EQ(k.image.row16[0], c.out) << c.in << " " << c.step;
     }
     // At 32 bits the difference is unsigned: 5 - 10 is 0xFFFFFFFB, not -5.
     KernelImage w(32, 3, "i");
     put(w.image.row32, {5, 1000, 0xFFFFFFFFu});
-    w.image.colormap.gray_low = 10;
-    w.image.colormap.gray_step = 1.0f;
+    w.image.colormap.gray_low = 10, w.image.colormap.gray_step = 1.0f;
     Scale32BitBuf(&w.image);
     EXPECT_EQ(got(w.image.row32, 3), (Row{0xFB, 990 & 255, 0xF5}));
 }
@@ -83,8 +75,7 @@ TEST(ScaleKernels, MultiBandColumnsWalkTheRecordWords) {
     Colormap& map = k.image.colormap;
     put(map.band_low, {0, 1, 2});
     put(map.band_high, {3, 4, 5});
-    const float steps[3] = {0.5f, 2.0f, 3.0f};
-    memcpy(map.band_step, steps, sizeof steps);
+    map.band_step[0] = 0.5f, map.band_step[1] = 2.0f, map.band_step[2] = 3.0f;
     for (int plane = 0; plane < 3; ++plane)
         for (int c = 0; c < 70; ++c) k.image.mrow16[plane][c] = static_cast<uint16_t>(100 + c);
     EXPECT_EQ(scale_record_word(&k.image, 9), 0x41464544u);  // "DEFA", the lut's name
@@ -102,8 +93,7 @@ TEST(ScaleKernels, MultiBandColumnsWalkTheRecordWords) {
 
     // With one column the counter comes back to band 2: each band once, band 1 skipped.
     KernelImage n(32, 1, "m");
-    const float narrow[3] = {2.0f, 5.0f, 2.0f};
-    memcpy(n.image.colormap.band_step, narrow, sizeof narrow);
+    n.image.colormap.band_step[0] = n.image.colormap.band_step[2] = 2.0f, n.image.colormap.band_step[1] = 5.0f;
     for (int plane = 0; plane < 3; ++plane) n.image.mrow32[plane][0] = 10;
     Scale32BitMultibuf(&n.image);
     EXPECT_EQ((Row{n.image.mrow32[0][0], n.image.mrow32[1][0], n.image.mrow32[2][0]}), (Row{20, 10, 20}));
@@ -113,10 +103,7 @@ TEST(IndexKernels, RangeMapsToBaseAndOthersToOutOfRange) {
     KernelImage k(8, 5, "i");
     Colormap& map = k.image.colormap;
     map.ncolors = 1;  // counted, not read
-    map.low = 10;
-    map.high = 20;
-    map.first = 100;
-    map.outclr = 0;
+    map.low = 10, map.high = 20, map.first = 100, map.outclr = 0;
     put(k.image.row8, {15, 25, 10, 20, 9});
     Index8BitBuf(&k.image);
     EXPECT_EQ(got(k.image.row8, 5), (Row{105, 0, 100, 110, 0}));
@@ -125,8 +112,7 @@ TEST(IndexKernels, RangeMapsToBaseAndOthersToOutOfRange) {
     KernelImage d(32, 2, "i");
     d.image.colormap = map;
     d.image.colormap.low = d.image.colormap.high = -1;
-    d.image.colormap.first = 2;
-    d.image.colormap.outclr = 1;
+    d.image.colormap.first = 2, d.image.colormap.outclr = 1;
     put(d.image.row32, {0xFFFFFFFFu, 5});
     Index32BitBuf(&d.image);
     EXPECT_EQ(got(d.image.row32, 2), (Row{2, 1}));
@@ -168,8 +154,7 @@ TEST(ResampleKernels, ColumnMapPicksAndWidens) {
     // Through the colour table, bounded by the colormap's colours.
     k.image.colormap.ncolors = 1002;
     k.image.clr_table = static_cast<uint32_t*>(calloc(1002, sizeof(uint32_t)));
-    k.image.clr_table[1000] = 0xAA;
-    k.image.clr_table[1001] = 0xBB;
+    k.image.clr_table[1000] = 0xAA, k.image.clr_table[1001] = 0xBB;
     ResampleCMap16BitBuf(&k.image);
     EXPECT_EQ(k.image.grow[0], 0xAAu);
     EXPECT_EQ(k.image.grow[5], 0xBBu);  // 1005 is past the table

@@ -19,9 +19,7 @@ struct Record {
     Record(int columns, int rows, int depth = 8) {
         memset(&image, 0, sizeof image);
         reset_image(&image);
-        image.columns = columns;
-        image.rows = rows;
-        image.depth = depth;
+        image.columns = columns, image.rows = rows, image.depth = depth;
     }
     ~Record() { free(image.col_map); }
     int map(int out_x, int width, int height, float zoom, float& origin_x, float& origin_y, int type = 2) {
@@ -52,17 +50,17 @@ TEST(ImageWindowMap, OneToOneFromAFractionalOrigin) {
     // Mapping again replaces the column map (LeakSanitizer checks the first).
     ASSERT_EQ(r.map(0, 30, 10, 1.0f, ox, oy), 1);
     EXPECT_EQ(r.col_map().size(), 30u);
-}
 
-TEST(ImageWindowMap, WideOutputShrinksToTheImagesShare) {
+    // A wide output shrinks to the image's share.
     Record w(20, 10);
-    float ox = -0.5f, oy = -0.5f;
     float zoom_y = 2.0f, zoom_x = 1.0f;
+    ox = oy = -0.5f;
     ASSERT_EQ(image_window_map(&w.image, 2, 5, 5, 50, 50, &zoom_x, &zoom_y, &ox, &oy), 1);
     EXPECT_EQ(w.window(), (Ints{0, 19, 0, 9, 20, 10}));
     EXPECT_EQ(w.output(), (Ints{5, 24, 20, 20}));
     EXPECT_EQ(w.col_map().back(), 19);
 }
+
 
 TEST(ImageWindowMap, ColumnMapsAtZooms) {
     const struct { float zoom; Ints head; } cases[] = {

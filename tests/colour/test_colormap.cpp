@@ -109,8 +109,7 @@ TEST(Colormap, CopiesAndReplacementsOwnTheirArrays) {
     EXPECT_EQ(image.lut.red.table[1] + image.lut.blue.table[0], 5u + 8u);
     EXPECT_EQ(image.lut.green.table, nullptr);
     free_lut(multi);
-    free_lut_buffers(&image.lut);
-    free_lut_buffers(&image.lut);
+    for (int twice = 0; twice < 2; ++twice) free_lut_buffers(&image.lut);
     free_colormap_buffers(&image.colormap);
     free_lut(nullptr);
     free_colormap(nullptr);
@@ -139,12 +138,11 @@ TEST(ColourSpace, AgreesWithPythonsColorsys) {
         else EXPECT_LT(circular(hue / 360.0, h), 1e-5);
         EXPECT_NEAR(sat, s, 1e-5);
         EXPECT_NEAR(val, v, 1e-5);
-        float red, green, blue;
+        float rgb[3];
         ii_hsv_to_rgb(static_cast<float>(h * 360.0), static_cast<float>(s), static_cast<float>(v),
-                      &red, &green, &blue);
-        EXPECT_NEAR(red, r / 255.0, 1e-4);
-        EXPECT_NEAR(green, g / 255.0, 1e-4);
-        EXPECT_NEAR(blue, b / 255.0, 1e-4);
+                      &rgb[0], &rgb[1], &rgb[2]);
+        const int want[3] = {r, g, b};
+        for (int k = 0; k < 3; ++k) EXPECT_NEAR(rgb[k], want[k] / 255.0, 1e-4);
     }
     EXPECT_EQ(rows, 200);
 }

@@ -61,12 +61,11 @@ TEST(GreyDither, PatternsMembersAndStraightRemap) {
         for (int c = 0; c < 12; ++c)
             EXPECT_EQ(row.image.grow2[c], 128u + base[r % 4 + 4 * (c % 4)]) << r << "," << c;
     }
-    for (int k = 0; k < 16; ++k) EXPECT_TRUE(opt0dither[k] == 0 && opt8dither[k] == 8 * base[k]) << k;
 
-    // 200 plus pattern entry 0, shifted.
+    // 200 at pattern entry 0, cut to the member's bits.
     const struct { void (*member)(Image*, int); uint32_t expected; } members[] = {
-        {graydither_to_1_bits, (200 + 56) > 255 ? 1u : 0u}, {graydither_to_2_bits, (200 + 28) >> 6},
-        {graydither_to_3_bits, (200 + 14) >> 5}, {graydither_to_4_bits, (200 + 7) >> 4}, {graydither_to_8_bits, 200}};
+        {graydither_to_1_bits, 1}, {graydither_to_2_bits, 3}, {graydither_to_3_bits, 6},
+        {graydither_to_4_bits, 12}, {graydither_to_8_bits, 200}};
     row.image.grow[0] = 200;
     for (const auto& m : members) {
         m.member(&row.image, 0);
@@ -85,60 +84,43 @@ TEST(GreyDither, PatternsMembersAndStraightRemap) {
 }
 
 TEST(ColourDither, CubeIndexOfEachMember) {
-    // One pixel at row 1, column 3: pattern entry 13, -2 in opt1dither.
+    // One pixel at row 1, column 3 (pattern entry 13, -2 in opt1dither, scaled
+    // by 2^(4 - bits) for each band); red is highest in the cube index.
     const int r = 0xB7, g = 0x5A, b = 0xE3;
     using Member = void (*)(Image*, int);
-    const struct { Member colour, multi, packed; int bits[3]; } members[] = {
-        {colordither_to_110_bits, multicolordither_to_110_bits, truecolordither_to_110_bits, {1, 1, 0}},
-        {colordither_to_111_bits, multicolordither_to_111_bits, truecolordither_to_111_bits, {1, 1, 1}},
-        {colordither_to_211_bits, multicolordither_to_211_bits, truecolordither_to_211_bits, {2, 1, 1}},
-        {colordither_to_221_bits, multicolordither_to_221_bits, truecolordither_to_221_bits, {2, 2, 1}},
-        {colordither_to_222_bits, multicolordither_to_222_bits, truecolordither_to_222_bits, {2, 2, 2}},
-        {colordither_to_322_bits, multicolordither_to_322_bits, truecolordither_to_322_bits, {3, 2, 2}},
-        {colordither_to_332_bits, multicolordither_to_332_bits, truecolordither_to_332_bits, {3, 3, 2}},
-        {colordither_to_333_bits, multicolordither_to_333_bits, truecolordither_to_333_bits, {3, 3, 3}},
-        {colordither_to_433_bits, multicolordither_to_433_bits, truecolordither_to_433_bits, {4, 3, 3}},
-        {colordither_to_443_bits, multicolordither_to_443_bits, truecolordither_to_443_bits, {4, 4, 3}},
-        {colordither_to_444_bits, multicolordither_to_444_bits, truecolordither_to_444_bits, {4, 4, 4}},
+    const struct { Member colour, multi, packed; uint32_t index; } members[] = {
+        {colordither_to_110_bits, multicolordither_to_110_bits, truecolordither_to_110_bits, 2},
+        {colordither_to_111_bits, multicolordither_to_111_bits, truecolordither_to_111_bits, 5},
+        {colordither_to_211_bits, multicolordither_to_211_bits, truecolordither_to_211_bits, 9},
+        {colordither_to_221_bits, multicolordither_to_221_bits, truecolordither_to_221_bits, 19},
+        {colordither_to_222_bits, multicolordither_to_222_bits, truecolordither_to_222_bits, 39},
+        {colordither_to_322_bits, multicolordither_to_322_bits, truecolordither_to_322_bits, 87},
+        {colordither_to_332_bits, multicolordither_to_332_bits, truecolordither_to_332_bits, 171},
+        {colordither_to_333_bits, multicolordither_to_333_bits, truecolordither_to_333_bits, 342},
+        {colordither_to_433_bits, multicolordither_to_433_bits, truecolordither_to_433_bits, 726},
+        {colordither_to_443_bits, multicolordither_to_443_bits, truecolordither_to_443_bits, 1454},
+        {colordither_to_444_bits, multicolordither_to_444_bits, truecolordither_to_444_bits, 0xB5E},
     };
     for (const auto& m : members) {
-        // Each band takes the pattern of one of its levels (scale 2^(4 - bits)),
-        // is clamped and cut to its top bits; red is highest in the cube index (0xB5E for 444).
-        uint32_t index = 0;
-        const int values[3] = {r, g, b};
-        for (int k = 0; k < 3; ++k) {
-            int n = m.bits[k];
-            if (n == 0) continue;
-            int v = std::min(255, std::max(0, values[k] - 2 * (1 << (4 - n))));
-            index = index << n | static_cast<uint32_t>(v) >> (8 - n);
-        }
-        SCOPED_TRACE(index);
-        // Through the colormap at grow[c].
-        DitherRow colour(4);
+        SCOPED_TRACE(m.index);
+        // Through the colormap at grow[c]; three planes through the colormap
+        // arrays; packed colour without a colormap.
+        DitherRow colour(4), multi(4, true), packed(4);
         colour.colormap(8, [&](int i, uint8_t& rr, uint8_t& gg, uint8_t& bb) {
             rr = i == 5 ? r : 0, gg = i == 5 ? g : 0, bb = i == 5 ? b : 0;
         });
-        colour.table(4096, 1);
         colour.image.grow[3] = 5;
-        m.colour(&colour.image, 1);
-        EXPECT_EQ(colour.image.grow2[3], index + 1);
-
-        // Three planes, each through its colormap array.
-        DitherRow multi(4, true);
         multi.colormap(256, identity);
-        multi.table(4096, 1);
         multi.image.mgrow[0][3] = r;
         multi.image.mgrow[1][3] = g;
         multi.image.mgrow[2][3] = b;
-        m.multi(&multi.image, 1);
-        EXPECT_EQ(multi.image.grow2[3], index + 1);
-
-        // Packed colour, without a colormap.
-        DitherRow packed(4);
-        packed.table(4096, 1);
         packed.image.grow[3] = r | g << 8 | b << 16;
+        for (DitherRow* row : {&colour, &multi, &packed}) row->table(4096, 1);
+        m.colour(&colour.image, 1);
+        m.multi(&multi.image, 1);
         m.packed(&packed.image, 1);
-        EXPECT_EQ(packed.image.grow2[3], index + 1);
+        EXPECT_EQ((std::vector<uint32_t>{colour.image.grow2[3], multi.image.grow2[3], packed.image.grow2[3]}),
+                  std::vector<uint32_t>(3, m.index + 1));
     }
 }
 

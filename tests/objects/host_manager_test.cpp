@@ -2,7 +2,9 @@
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>
+#include <tarnimage/naming.h>
 #include <tarnimage/tarnimage.h>
+#include <tarnimage/udf.h>
 
 #include "test_support.h"
 
@@ -38,6 +40,34 @@ TEST(HostManager, WorldFileCompanionsAndAFifoAreNeverImages) {
     EXPECT_FALSE(manager->connect(CTarnUString(dir.path().c_str()), CTarnUString("x.tfw")));
     EXPECT_EQ(manager->getImageCount(), 0);
     manager->release();
+}
+
+// A host's own driver, registered through the public header, as the naming
+// calls then see it.
+int declines(const char*, char*, FILE*) { return 0; }
+
+TEST(HostUdf, RegistersItsOwnDriver) {
+    UDFRecord record = {};
+    record.exist = declines;
+    record.keyword = const_cast<char*>("HOSTFMT");
+    record.suffix = const_cast<char*>("HFM");
+    uint32_t code = II_RegisterUDF(&record);
+    ASSERT_GT(code, 1000u);
+    EXPECT_EQ(record.type, code);
+
+    char keyword[32];
+    EXPECT_EQ(II_GetUDFKeyword(code, keyword, sizeof keyword), 7);
+    EXPECT_STREQ(keyword, "HOSTFMT");
+    EXPECT_EQ(get_type_from_extension("HFM"), static_cast<int>(code));
+    int type = 0;
+    EXPECT_EQ(type_from_keyword("hostf", &type), static_cast<int>(code));
+    char name[16] = "x.";
+    name_from_type(static_cast<int>(code), name);
+    EXPECT_STREQ(name, "x.hfm");
+
+    II_UnregisterUDF(code);
+    EXPECT_EQ(II_GetUDFKeyword(code, keyword, sizeof keyword), -1);
+    EXPECT_EQ(get_type_from_extension("hfm"), -1);
 }
 
 }  // namespace

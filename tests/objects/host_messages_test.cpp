@@ -5,6 +5,8 @@
 #include <gtest/gtest.h>
 #include <tarnimage/tarnimage.h>
 
+#include <algorithm>
+#include <cstdint>
 #include <string>
 #include <utility>
 #include <vector>
@@ -14,29 +16,15 @@
 namespace {
 
 using Bytes = std::vector<unsigned char>;
-
-struct Heard {
-    std::vector<std::pair<int, std::string>> messages;
-};
+using Messages = std::vector<std::pair<int, std::string>>;
 
 void listen(int level, const char* text, void* user) {
-    static_cast<Heard*>(user)->messages.emplace_back(level, text);
+    static_cast<Messages*>(user)->emplace_back(level, text);
 }
 
-// Installs the handler for one test and takes it away again.
-class Listening {
-public:
-    Listening() { tarn_set_message_handler(listen, &heard); }
-    ~Listening() { tarn_set_message_handler(nullptr, nullptr); }
-    Heard heard;
-};
-
-Bytes fixture(const std::string& name) {
-    return tarntest::read_file(tarntest::data_path("sunraster/" + name));
-}
-
-Bytes first_bytes(Bytes bytes, size_t count) {
-    bytes.resize(count);
+Bytes fixture(const std::string& name, size_t keep = SIZE_MAX) {
+    Bytes bytes = tarntest::read_file(tarntest::data_path("sunraster/" + name));
+    bytes.resize(std::min(keep, bytes.size()));
     return bytes;
 }
 
@@ -44,6 +32,45 @@ Bytes first_bytes(Bytes bytes, size_t count) {
 Bytes with_word(Bytes bytes, int word, int value) {
     for (int k = 0; k < 4; ++k) bytes[word * 4 + k] = static_cast<unsigned char>(value >> (24 - 8 * k));
     return bytes;
+}
+
+struct Read {
+    bool admitted = false, block = false;
+    long rect[4] = {-1, -1, -1, -1};
+    Bytes pixels;
+    Messages heard;
+    bool same_result(const Read& o) const {
+        return admitted == o.admitted && block == o.block && pixels == o.pixels &&
+               std::equal(rect, rect + 4, o.rect);
+    }
+};
+
+// Connects to one file and, when `read`, reads it whole (with null rectangle
+// pointers unless `rect`). Messages are heard from the connect on when `from`
+// is 'c', from the read on when 'r', not at all otherwise.
+Read open_and_read(const std::string& dir, const std::string& file, char from, bool read = true,
+                   bool rect = true) {
+    Read r;
+    if (from == 'c') tarn_set_message_handler(listen, &r.heard);
+    IInternalImageManager* manager = getManager();
+    manager->connect(CTarnUString(dir.c_str()), CTarnUString(file.c_str()));
+    IInternalImage* image = read ? manager->getImage(0) : nullptr;
+    if (image) {
+        r.admitted = true;
+        if (from == 'r') tarn_set_message_handler(listen, &r.heard);
+        long* p = rect ? r.rect : nullptr;
+        DirectMemoryHolder* block = image->getData(p, p ? p + 1 : p, p ? p + 2 : p, p ? p + 3 : p);
+        if (block) {
+            r.block = true;
+            const unsigned char* data = static_cast<const unsigned char*>(block->data());
+            if (data) r.pixels.assign(data, data + block->length());
+            block->release();
+        }
+        image->release();
+    }
+    tarn_set_message_handler(nullptr, nullptr);
+    manager->release();
+    return r;
 }
 
 struct Broken {
@@ -54,48 +81,33 @@ struct Broken {
 };
 
 std::vector<Broken> broken_files() {
-    const Bytes rgb = fixture("std-rgb-24bit-29x15.ras");
-    const Bytes grey = fixture("std-grey-8bit-13x7.ras");
+    const Bytes rgb = fixture("std-rgb-24bit-29x15.ras"), grey = fixture("std-grey-8bit-13x7.ras");
     const Bytes eight(8, 0x55);
+    const int error = TARN_MESSAGE_ERROR;
     return {
-        {"cut-after-header.ras", first_bytes(rgb, 32), TARN_MESSAGE_ERROR,
+        {"cut-after-header.ras", fixture("std-rgb-24bit-29x15.ras", 32), error,
          "Sun raster ends after its 32-byte header: no rows"},
-        {"cut-in-header.ras", first_bytes(rgb, 20), TARN_MESSAGE_ERROR,
+        {"cut-in-header.ras", fixture("std-rgb-24bit-29x15.ras", 20), error,
          "Sun raster is shorter than its 32-byte header (20 bytes)"},
-        {"four-bit.ras", tarntest::sun_raster(8, 2, 4, 1, eight), TARN_MESSAGE_ERROR,
+        {"four-bit.ras", tarntest::sun_raster(8, 2, 4, 1, eight), error,
          "Sun raster header gives 4 bits per pixel; only 1, 8, 16, 24 and 32 are read"},
-        {"type-three.ras", with_word(rgb, 5, 3), TARN_MESSAGE_ERROR,
-         "Sun raster of type 3 (RGB order) has no row reader"},
-        {"type-five.ras", with_word(grey, 5, 5), TARN_MESSAGE_ERROR,
-         "Sun raster of type 5 has no row reader"},
-        {"raw-map.ras", with_word(grey, 6, 2), TARN_MESSAGE_ERROR,
-         "Sun raster with a colour map of type 2 (raw) is not read"},
-        {"rgb-with-map.ras", tarntest::sun_raster(2, 2, 24, 1, Bytes(12, 7), 1, Bytes(6, 1)),
-         TARN_MESSAGE_ERROR, "Sun raster of 24 bits per pixel with a colour map is not read"},
-        {"map-past-end.ras", tarntest::sun_raster(4, 2, 8, 1, eight, 1, {}, 8, 900),
-         TARN_MESSAGE_ERROR,
+        {"type-three.ras", with_word(rgb, 5, 3), error, "Sun raster of type 3 (RGB order) has no row reader"},
+        {"type-five.ras", with_word(grey, 5, 5), error, "Sun raster of type 5 has no row reader"},
+        {"raw-map.ras", with_word(grey, 6, 2), error, "Sun raster with a colour map of type 2 (raw) is not read"},
+        {"rgb-with-map.ras", tarntest::sun_raster(2, 2, 24, 1, Bytes(12, 7), 1, Bytes(6, 1)), error,
+         "Sun raster of 24 bits per pixel with a colour map is not read"},
+        {"map-past-end.ras", tarntest::sun_raster(4, 2, 8, 1, eight, 1, {}, 8, 900), error,
          "Sun raster header gives a colour map of 900 bytes past the end of the file (40 bytes)"},
-        {"wide.ras", tarntest::sun_raster(1000, 2, 8, 0, Bytes(10, 0)), TARN_MESSAGE_ERROR,
+        {"wide.ras", tarntest::sun_raster(1000, 2, 8, 0, Bytes(10, 0)), error,
          "Sun raster header gives sizes past the end of the file (42 bytes)"},
-        {"no-width.ras", tarntest::sun_raster(0, 2, 8, 0, eight), TARN_MESSAGE_ERROR,
-         "Sun raster header gives a width of 0, a height of 2 and a depth of 8; none may be "
-         "below 1"},
-        {"huge.ras", tarntest::sun_raster(100000, 100000, 32, 0, eight), TARN_MESSAGE_ERROR,
-         "Sun raster header gives 100000 x 100000 pixels at 32 bits, a size the library will "
-         "not allocate"},
+        {"no-width.ras", tarntest::sun_raster(0, 2, 8, 0, eight), error,
+         "Sun raster header gives a width of 0, a height of 2 and a depth of 8; none may be below 1"},
+        {"huge.ras", tarntest::sun_raster(100000, 100000, 32, 0, eight), error,
+         "Sun raster header gives 100000 x 100000 pixels at 32 bits, a size the library will not allocate"},
         {"empty.ras", {}, TARN_MESSAGE_INFORMATION, "not an image of any known kind"},
         {"x.ras", Bytes{'h', 'e', 'l', 'l', 'o', '\n'}, TARN_MESSAGE_INFORMATION,
          "not an image of any known kind"},
     };
-}
-
-std::vector<std::pair<int, std::string>> messages_of_connect(const std::string& dir,
-                                                             const std::string& file) {
-    Listening listening;
-    IInternalImageManager* manager = getManager();
-    manager->connect(CTarnUString(dir.c_str()), CTarnUString(file.c_str()));
-    manager->release();
-    return listening.heard.messages;
 }
 
 TEST(HostMessages, EachBrokenFileGetsOneReasonNamingIt) {
@@ -103,149 +115,63 @@ TEST(HostMessages, EachBrokenFileGetsOneReasonNamingIt) {
     for (const Broken& file : broken_files()) {
         SCOPED_TRACE(file.name);
         dir.write(file.name, file.bytes);
-        auto heard = messages_of_connect(dir.path(), file.name);
-        ASSERT_EQ(heard.size(), 1u);
-        EXPECT_EQ(heard[0].first, file.level);
-        EXPECT_EQ(heard[0].second, dir.file(file.name) + ": " + file.reason);
+        Messages heard = open_and_read(dir.path(), file.name, 'c', false).heard;
+        EXPECT_EQ(heard, (Messages{{file.level, dir.file(file.name) + ": " + file.reason}}));
     }
+    // A handler set to null hears nothing more, whatever its user pointer.
+    Messages heard;
+    tarn_set_message_handler(listen, &heard);
+    tarn_set_message_handler(nullptr, &heard);
+    open_and_read(dir.path(), "x.ras", 0, false);
+    EXPECT_TRUE(heard.empty());
 }
 
 TEST(HostMessages, AWholeFileSaysNothing) {
     for (const std::string& name : tarntest::sun_fixtures()) {
-        SCOPED_TRACE(name);
-        Listening listening;
-        IInternalImageManager* manager = getManager();
-        manager->connect(CTarnUString(tarntest::data_path("sunraster").c_str()),
-                         CTarnUString((name + ".ras").c_str()));
-        IInternalImage* image = manager->getImage(0);
-        EXPECT_NE(image, nullptr);
-        if (image) {
-            DirectMemoryHolder* block = image->getData(nullptr, nullptr, nullptr, nullptr);
-            EXPECT_NE(block, nullptr);
-            if (block) block->release();
-            image->release();
-        }
-        manager->release();
-        EXPECT_TRUE(listening.heard.messages.empty()) << listening.heard.messages[0].second;
+        Read r = open_and_read(tarntest::data_path("sunraster"), name + ".ras", 'c', true, false);
+        EXPECT_TRUE(r.block) << name;
+        EXPECT_EQ(r.heard, Messages()) << name;
     }
 }
-
-struct Read {
-    bool admitted = false;
-    bool block = false;
-    long x = -1, y = -1, w = -1, h = -1;
-    Bytes pixels;
-};
-
-Read read_whole(const std::string& dir, const std::string& file) {
-    Read read;
-    IInternalImageManager* manager = getManager();
-    manager->connect(CTarnUString(dir.c_str()), CTarnUString(file.c_str()));
-    IInternalImage* image = manager->getImage(0);
-    if (image) {
-        read.admitted = true;
-        DirectMemoryHolder* block = image->getData(&read.x, &read.y, &read.w, &read.h);
-        if (block) {
-            read.block = true;
-            const unsigned char* data = static_cast<const unsigned char*>(block->data());
-            if (data) read.pixels.assign(data, data + block->length());
-            block->release();
-        }
-        image->release();
-    }
-    manager->release();
-    return read;
-}
-
-// Rows are 88 bytes (29 pixels of 3 bytes, padded to even); the 668 bytes
-// after the header hold 7 of the 15.
-Bytes cut_in_half() { return first_bytes(fixture("std-rgb-24bit-29x15.ras"), 700); }
 
 TEST(HostMessages, AShortReadCountsItsUnreadRows) {
-    struct Case {
-        const char* name;
-        Bytes bytes;
-        bool listen_from_connect;
-        std::vector<std::pair<int, std::string>> heard;
-    };
+    // Rows are 88 bytes (29 pixels of 3 bytes, padded to even); the 668 bytes
+    // after the header hold 7 of the 15.
     const Bytes four_bit = tarntest::sun_raster(8, 2, 4, 1, Bytes(8, 0x55));
-    const std::vector<Case> cases = {
-        {"half.ras", cut_in_half(), false, {{TARN_MESSAGE_WARNING, "8 of 15 rows could not be read"}}},
-        {"type-three.ras", with_word(fixture("std-rgb-24bit-29x15.ras"), 5, 3), false,
+    const struct { const char* name; Bytes bytes; char from; Messages heard; } cases[] = {
+        {"half.ras", fixture("std-rgb-24bit-29x15.ras", 700), 'r',
+         {{TARN_MESSAGE_WARNING, "8 of 15 rows could not be read"}}},
+        {"type-three.ras", with_word(fixture("std-rgb-24bit-29x15.ras"), 5, 3), 'r',
          {{TARN_MESSAGE_WARNING, "15 of 15 rows could not be read"}}},
         // A host that starts listening only for the read hears the open's own words...
-        {"four-bit.ras", four_bit, false, {{TARN_MESSAGE_ERROR, "SUNRASTER 4-Bit data not supported"}}},
+        {"four-bit.ras", four_bit, 'r', {{TARN_MESSAGE_ERROR, "SUNRASTER 4-Bit data not supported"}}},
         // ...and one that listened from the admission hears the reason once.
-        {"four-bit.ras", four_bit, true,
-         {{TARN_MESSAGE_ERROR,
-           "Sun raster header gives 4 bits per pixel; only 1, 8, 16, 24 and 32 are read"}}},
+        {"four-bit.ras", four_bit, 'c',
+         {{TARN_MESSAGE_ERROR, "Sun raster header gives 4 bits per pixel; only 1, 8, 16, 24 and 32 are read"}}},
     };
     tarntest::TempDir dir;
-    for (const Case& c : cases) {
-        SCOPED_TRACE(std::string(c.name) + (c.listen_from_connect ? ", from the connect" : ""));
+    for (const auto& c : cases) {
+        SCOPED_TRACE(std::string(c.name) + " from " + c.from);
         dir.write(c.name, c.bytes);
-        Heard heard;
-        if (c.listen_from_connect) tarn_set_message_handler(listen, &heard);
-        IInternalImageManager* manager = getManager();
-        manager->connect(CTarnUString(dir.path().c_str()), CTarnUString(c.name));
-        IInternalImage* image = manager->getImage(0);
-        EXPECT_NE(image, nullptr);
-        if (image) {
-            tarn_set_message_handler(listen, &heard);
-            long x, y, w, h;
-            DirectMemoryHolder* block = image->getData(&x, &y, &w, &h);
-            if (block) block->release();
-            image->release();
-        }
-        tarn_set_message_handler(nullptr, nullptr);
-        manager->release();
-        EXPECT_EQ(heard.messages.size(), c.heard.size());
-        for (size_t i = 0; i < c.heard.size() && i < heard.messages.size(); ++i) {
-            EXPECT_EQ(heard.messages[i].first, c.heard[i].first);
-            EXPECT_EQ(heard.messages[i].second, dir.file(c.name) + ": " + c.heard[i].second);
-        }
+        Read r = open_and_read(dir.path(), c.name, c.from);
+        EXPECT_TRUE(r.admitted);
+        Messages want = c.heard;
+        for (auto& m : want) m.second = dir.file(c.name) + ": " + m.second;
+        EXPECT_EQ(r.heard, want);
     }
 }
 
 TEST(HostMessages, AHandlerChangesNoResult) {
     tarntest::TempDir dir;
-    std::vector<std::string> names;
+    std::vector<std::string> names = {"half.ras", "whole.ras"};
+    dir.write("half.ras", fixture("std-rgb-24bit-29x15.ras", 700));
+    dir.copy_in(tarntest::data_path("sunraster/rle-rgb-24bit-37x9.ras"), "whole.ras");
     for (const Broken& file : broken_files()) {
         dir.write(file.name, file.bytes);
         names.push_back(file.name);
     }
-    dir.write("half.ras", cut_in_half());
-    names.push_back("half.ras");
-    dir.copy_in(tarntest::data_path("sunraster/rle-rgb-24bit-37x9.ras"), "whole.ras");
-    names.push_back("whole.ras");
-    for (const std::string& name : names) {
-        SCOPED_TRACE(name);
-        Read quiet = read_whole(dir.path(), name);
-        Read heard;
-        {
-            Listening listening;
-            heard = read_whole(dir.path(), name);
-        }
-        EXPECT_EQ(heard.admitted, quiet.admitted);
-        EXPECT_EQ(heard.block, quiet.block);
-        EXPECT_EQ(heard.x, quiet.x);
-        EXPECT_EQ(heard.y, quiet.y);
-        EXPECT_EQ(heard.w, quiet.w);
-        EXPECT_EQ(heard.h, quiet.h);
-        EXPECT_EQ(heard.pixels, quiet.pixels);
-    }
-}
-
-TEST(HostMessages, ARemovedHandlerHearsNothingMore) {
-    tarntest::TempDir dir;
-    dir.write("x.ras", "not an image\n");
-    Heard heard;
-    tarn_set_message_handler(listen, &heard);
-    tarn_set_message_handler(nullptr, &heard);
-    IInternalImageManager* manager = getManager();
-    manager->connect(CTarnUString(dir.path().c_str()), CTarnUString("x.ras"));
-    manager->release();
-    EXPECT_TRUE(heard.messages.empty());
+    for (const std::string& name : names)
+        EXPECT_TRUE(open_and_read(dir.path(), name, 'c').same_result(open_and_read(dir.path(), name, 0))) << name;
 }
 
 }  // namespace

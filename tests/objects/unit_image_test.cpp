@@ -11,9 +11,7 @@
 
 struct CIImageImplTestAccess {
     static void pretend(CIImageImpl& image, int width, int height) {
-        image.m_valid = 1;
-        image.m_width = width;
-        image.m_height = height;
+        image.m_valid = 1, image.m_width = width, image.m_height = height;
     }
 };
 
@@ -37,11 +35,11 @@ TEST(ImageObject, CompanionFilesWorldFilesAndShortNamesAreNeverValid) {
     EXPECT_EQ(CIImageImpl{CTarnUString("a/bc")}.isValid(), 0);
 }
 
+// Clips on real files at and past the edges are in the golden record; these
+// are the sizes no file test asks for.
 TEST(ImageObject, ClipRectangleClamps) {
     const struct { long x, y, w, h; long ex, ey, ew, eh; } cases[] = {
         {-10, -10, 50, 50, 0, 0, 50, 50},  // the size is not shortened by the shift
-        {90, 90, 50, 50, 90, 90, 10, 10},
-        {200, 0, 50, 50, 200, 0, 0, 50},
         {10, 20, -5, 30, 10, 20, 0, 30},
         {0, 0, 1L << 40, 1L << 40, 0, 0, 100, 100},
     };

@@ -7,9 +7,9 @@
 
 #include <atomic>
 #include <cstdio>
-#include <cstring>
 #include <string>
 #include <thread>
+#include <tuple>
 #include <vector>
 
 namespace {
@@ -17,43 +17,31 @@ namespace {
 const int kThreads = 4;
 const int kReads = 100;
 
-struct View {  // a clip as fractions of the image, and a scale
-    double x, y, width, height, scale;
-};
-
-// Whole, inner, edge-touching and past-the-edge clips at scales that repeat,
-// keep and skip pixels.
-const View kViews[] = {
-    {0.0, 0.0, 1.0, 1.0, 1.0},   {0.0, 0.0, 1.0, 1.0, 2.0},   {0.25, 0.2, 0.5, 0.6, 1.0},
-    {0.1, 0.0, 0.7, 1.0, 0.5},   {0.5, 0.5, 1.0, 1.0, 1.5},   {0.0, 0.3, 0.4, 0.4, 3.0},
+// Clips as fractions of the image, and a scale: whole, inner, edge-touching
+// and past-the-edge clips at scales that repeat, keep and skip pixels.
+const double kViews[][5] = {
+    {0.0, 0.0, 1.0, 1.0, 1.0}, {0.0, 0.0, 1.0, 1.0, 2.0}, {0.25, 0.2, 0.5, 0.6, 1.0},
+    {0.1, 0.0, 0.7, 1.0, 0.5}, {0.5, 0.5, 1.0, 1.0, 1.5}, {0.0, 0.3, 0.4, 0.4, 3.0},
     {0.3, 0.1, 0.6, 0.9, 0.75},
 };
 const int kViewCount = sizeof kViews / sizeof kViews[0];
 
-struct Block {
-    long x = -1, y = -1, width = -1, height = -1;
-    bool present = false;
-    std::vector<unsigned char> bytes;
-    bool operator==(const Block& o) const {
-        return x == o.x && y == o.y && width == o.width && height == o.height &&
-               present == o.present && bytes == o.bytes;
-    }
-};
+// x, y, width, height, whether a block came, and its bytes.
+using Block = std::tuple<long, long, long, long, bool, std::vector<unsigned char>>;
 
-Block readView(IInternalImage* image, const View& view) {
+Block readView(IInternalImage* image, const double* v) {
     long w = image->getWidth(), h = image->getHeight();
-    image->setClipRect(static_cast<long>(view.x * w), static_cast<long>(view.y * h),
-                       static_cast<long>(view.width * w), static_cast<long>(view.height * h));
-    image->setScale(view.scale);
-    Block block;
-    DirectMemoryHolder* holder = image->getData(&block.x, &block.y, &block.width, &block.height);
+    image->setClipRect(long(v[0] * w), long(v[1] * h), long(v[2] * w), long(v[3] * h));
+    image->setScale(v[4]);
+    Block b{-1, -1, -1, -1, false, {}};
+    DirectMemoryHolder* holder = image->getData(&std::get<0>(b), &std::get<1>(b), &std::get<2>(b), &std::get<3>(b));
     if (holder) {
-        block.present = true;
+        std::get<4>(b) = true;
         const unsigned char* data = static_cast<const unsigned char*>(holder->data());
-        if (data) block.bytes.assign(data, data + holder->length());
+        if (data) std::get<5>(b).assign(data, data + holder->length());
         holder->release();
     }
-    return block;
+    return b;
 }
 
 int fail(const char* what, const std::string& name) {
@@ -61,46 +49,34 @@ int fail(const char* what, const std::string& name) {
     return 1;
 }
 
-struct Georeference {
-    bool valid = false;
-    double t[6] = {0, 0, 0, 0, 0, 0};
-    bool operator==(const Georeference& o) const {
-        return valid == o.valid && std::memcmp(t, o.t, sizeof t) == 0;
-    }
-};
-
-Georeference georeference(IInternalImage* image) {
-    Georeference g;
-    g.valid = image->isGeoReferenced();
-    image->getGeoReference(&g.t[0], &g.t[1], &g.t[2], &g.t[3], &g.t[4], &g.t[5]);
+// Validity and the six numbers; the first call on an object works them out.
+std::vector<double> georeference(IInternalImage* image) {
+    std::vector<double> g(7, 0.0);
+    g[6] = image->isGeoReferenced();
+    image->getGeoReference(&g[0], &g[1], &g[2], &g[3], &g[4], &g[5]);
     return g;
 }
 
 // Four threads, each on its own clone, compared with the single-threaded blocks.
-// Before reading, all four ask the shared object for its georeference, which
-// it works out on the first call.
+// Before reading, all four ask the shared object for its georeference.
 int readFromClones(IInternalImage* image, const std::string& name) {
     std::vector<Block> reference;
-    for (const View& view : kViews) reference.push_back(readView(image, view));
+    for (const double* view : kViews) reference.push_back(readView(image, view));
     // A small clip at a large scale may give nothing; the whole image never does.
-    if (!reference[0].present || reference[0].bytes.empty())
-        return fail("single-threaded read gave no block", name);
+    if (std::get<5>(reference[0]).empty()) return fail("single-threaded read gave no block", name);
 
     std::atomic<int> mismatches{0}, missing{0};
-    Georeference shared[kThreads], own[kThreads];
+    std::vector<double> shared[kThreads], own[kThreads];
     std::vector<std::thread> threads;
     for (int t = 0; t < kThreads; ++t) {
         threads.emplace_back([&, t] {
             shared[t] = georeference(image);
             IInternalImage* mine = image->clone();
-            if (!mine) {
-                ++missing;
-                return;
-            }
+            if (!mine) return void(++missing);
             own[t] = georeference(mine);
             for (int i = 0; i < kReads; ++i) {
                 int v = (t * 3 + i) % kViewCount;
-                if (!(readView(mine, kViews[v]) == reference[v])) ++mismatches;
+                if (readView(mine, kViews[v]) != reference[v]) ++mismatches;
             }
             mine->release();
         });
@@ -108,8 +84,7 @@ int readFromClones(IInternalImage* image, const std::string& name) {
     for (std::thread& thread : threads) thread.join();
     if (missing) return fail("clone() gave null", name);
     for (int t = 0; t < kThreads; ++t)
-        if (!(shared[t] == shared[0]) || !(own[t] == shared[0]))
-            return fail("threads saw different georeferences", name);
+        if (shared[t] != shared[0] || own[t] != shared[0]) return fail("threads saw different georeferences", name);
     if (mismatches) {
         std::printf("FAIL %s: %d of %d blocks differ from the single-threaded read\n", name.c_str(),
                     mismatches.load(), kThreads * kReads);
@@ -118,10 +93,10 @@ int readFromClones(IInternalImage* image, const std::string& name) {
     return 0;
 }
 
-// Two threads take and drop references to one object; returns the number of
-// results that could not be right (a count at or below what the caller holds).
+// Two threads take and drop references to one object; true when a result
+// could not be right (a count at or below what the caller holds).
 template <class Object>
-int shareReferences(Object* object, long held) {
+bool sharingGoesWrong(Object* object, long held) {
     std::atomic<int> wrong{0};
     auto churn = [&] {
         for (int i = 0; i < 20000; ++i) {
@@ -132,18 +107,15 @@ int shareReferences(Object* object, long held) {
     std::thread a(churn), b(churn);
     a.join();
     b.join();
-    if (object->addRef() != held + 1) ++wrong;
-    if (object->release() != held) ++wrong;
-    return wrong;
+    return wrong || object->addRef() != held + 1 || object->release() != held;
 }
 
-// Two threads drop the last two references at once: exactly one sees zero.
-template <class Object, class Make>
-int releaseRace(Make make) {
-    int wrong = 0;
+// Two threads drop the last two references at once: exactly one must see zero.
+template <class Make>
+bool releaseRaceGoesWrong(Make make) {
     for (int round = 0; round < 200; ++round) {
-        Object* object = make();
-        if (!object) return 1;
+        auto* object = make();
+        if (!object) return true;
         object->addRef();
         std::atomic<bool> go{false};
         long results[2] = {-1, -1};
@@ -155,18 +127,15 @@ int releaseRace(Make make) {
         go = true;
         a.join();
         b.join();
-        if (!((results[0] == 0 && results[1] == 1) || (results[0] == 1 && results[1] == 0))) ++wrong;
+        if (results[0] + results[1] != 1 || results[0] * results[1] != 0) return true;
     }
-    return wrong;
+    return false;
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
-    if (argc < 2) {
-        std::fprintf(stderr, "usage: threads_host PATH...\n");
-        return 2;
-    }
+    if (argc < 2) return std::fprintf(stderr, "usage: threads_host PATH...\n"), 2;
     IInternalImageManager* manager = getManager();
     if (!manager) return 1;
     int failures = 0;
@@ -193,29 +162,23 @@ int main(int argc, char** argv) {
         failures += readFromClones(image, name);
 
         // The manager's reference and ours are held throughout.
-        if (shareReferences(image, 2)) failures += fail("image counts went wrong when shared", name);
-        if (releaseRace<IInternalImage>([&] { return image->clone(); }))
+        if (sharingGoesWrong(image, 2)) failures += fail("image counts went wrong when shared", name);
+        if (releaseRaceGoesWrong([&] { return image->clone(); }))
             failures += fail("racing releases of a clone did not end in exactly one zero", name);
 
         long x, y, w, h;
         image->setClipRect(0, 0, image->getWidth(), image->getHeight());
         image->setScale(1.0);
         DirectMemoryHolder* holder = image->getData(&x, &y, &w, &h);
-        if (!holder) {
-            failures += fail("no block to share", name);
-        } else {
-            if (shareReferences(holder, 1)) failures += fail("block counts went wrong when shared", name);
-            if (holder->release() != 0) failures += fail("block's last release did not give 0", name);
-        }
-        if (releaseRace<DirectMemoryHolder>([&] {
-                DirectMemoryHolder* copy = image->getData(&x, &y, &w, &h);
-                return copy;
-            }))
+        if (!holder) failures += fail("no block to share", name);
+        else if (sharingGoesWrong(holder, 1) || holder->release() != 0)
+            failures += fail("block counts went wrong when shared", name);
+        if (releaseRaceGoesWrong([&] { return image->getData(&x, &y, &w, &h); }))
             failures += fail("racing releases of a block did not end in exactly one zero", name);
         image->release();
         if (failures == 0) std::printf("%s: %d threads x %d reads match\n", name.c_str(), kThreads, kReads);
     }
-    if (shareReferences(manager, 1)) failures += fail("manager counts went wrong when shared", "manager");
+    if (sharingGoesWrong(manager, 1)) failures += fail("manager counts went wrong when shared", "manager");
     manager->release();
     return failures ? 1 : 0;
 }

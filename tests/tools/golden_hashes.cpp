@@ -33,8 +33,7 @@ std::string g_prefix;
 
 void line(const char* format, ...) __attribute__((format(printf, 1, 2)));
 void line(const char* format, ...) {
-    std::fputs(g_prefix.c_str(), stdout);
-    std::fputc(' ', stdout);
+    std::printf("%s ", g_prefix.c_str());
     va_list args;
     va_start(args, format);
     std::vprintf(format, args);
@@ -42,20 +41,13 @@ void line(const char* format, ...) {
     std::fputc('\n', stdout);
 }
 
-// Strips the directory from a path the library hands back, so that no
-// absolute path reaches the output.
-std::string relative(const std::string& text, const std::string& dir) {
-    if (text.compare(0, dir.size(), dir) == 0) {
-        std::string rest = text.substr(dir.size());
-        while (!rest.empty() && rest[0] == '/') rest.erase(0, 1);
-        return "<dir>/" + rest;
-    }
-    return text;
-}
-
+// Quoted, with the directory stripped so that no absolute path reaches the output.
 std::string utf8(const CTarnUString& text, const std::string& dir) {
     if (text.isBogus()) return "<bogus>";
-    return "\"" + relative(text.toUTF8(), dir) + "\"";
+    std::string s = text.toUTF8();
+    if (s.compare(0, dir.size(), dir) == 0)
+        s = "<dir>/" + s.substr(std::min(s.find_first_not_of('/', dir.size()), s.size()));
+    return "\"" + s + "\"";
 }
 
 struct Request {
@@ -68,26 +60,15 @@ struct Request {
 // whole images at several scales, inner clips, clips past the edges, single
 // pixels and empty clips.
 std::vector<Request> requests(long w, long h) {
-    return {{"full", 0, 0, w, h, 1.0},
-            {"full", 0, 0, w, h, 0.5},
-            {"full", 0, 0, w, h, 2.0},
-            {"full", 0, 0, w, h, 3.7},
-            {"full", 0, 0, w, h, 8.0},
-            {"full", 0, 0, w, h, 0.25},
-            {"full", 0, 0, w, h, 1000.0},
-            {"centre", w / 4, h / 4, w / 2, h / 2, 1.0},
-            {"centre", w / 4, h / 4, w / 2, h / 2, 1.5},
-            {"past-edge", w / 2, h / 2, w, h, 1.0},
-            {"past-edge", w / 3, h / 3, w, h, 0.75},
-            {"before-origin", -3, -2, w, h, 1.0},
-            {"pixel-first", 0, 0, 1, 1, 1.0},
-            {"pixel-last", w - 1, h - 1, 1, 1, 1.0},
-            {"pixel-last", w - 1, h - 1, 1, 1, 0.25},
-            {"pixel-middle", w / 2, h / 2, 1, 1, 3.0},
-            {"empty", 0, 0, 0, 0, 1.0},
-            {"empty-width", 0, 0, 0, h, 1.0},
-            {"outside", w + 2, h + 2, 5, 5, 1.0},
-            {"full", 0, 0, w, h, 0.0},
+    return {{"full", 0, 0, w, h, 1.0}, {"full", 0, 0, w, h, 0.5}, {"full", 0, 0, w, h, 2.0},
+            {"full", 0, 0, w, h, 3.7}, {"full", 0, 0, w, h, 8.0}, {"full", 0, 0, w, h, 0.25},
+            {"full", 0, 0, w, h, 1000.0}, {"centre", w / 4, h / 4, w / 2, h / 2, 1.0},
+            {"centre", w / 4, h / 4, w / 2, h / 2, 1.5}, {"past-edge", w / 2, h / 2, w, h, 1.0},
+            {"past-edge", w / 3, h / 3, w, h, 0.75}, {"before-origin", -3, -2, w, h, 1.0},
+            {"pixel-first", 0, 0, 1, 1, 1.0}, {"pixel-last", w - 1, h - 1, 1, 1, 1.0},
+            {"pixel-last", w - 1, h - 1, 1, 1, 0.25}, {"pixel-middle", w / 2, h / 2, 1, 1, 3.0},
+            {"empty", 0, 0, 0, 0, 1.0}, {"empty-width", 0, 0, 0, h, 1.0},
+            {"outside", w + 2, h + 2, 5, 5, 1.0}, {"full", 0, 0, w, h, 0.0},
             {"full", 0, 0, w, h, -1.0}};
 }
 
@@ -155,10 +136,8 @@ void report_image(IInternalImage* image, const char* what, const std::string& di
     int wanted[1] = {1};
     IInternalRStreamCollection* streams = image->getStreams(wanted, 1);
     line("%s streams %s", what, streams ? "present" : "null");
-    if (streams) {
-        line("%s streams count %ld", what, streams->getCount());
-        streams->release();
-    }
+    if (streams) line("%s streams count %ld", what, streams->getCount());
+    if (streams) streams->release();
     // An image from the directory listing gets the whole-image block only; the
     // connection to its single file asks for every other request.
     std::vector<Request> all = requests(image->getWidth(), image->getHeight());
@@ -166,9 +145,9 @@ void report_image(IInternalImage* image, const char* what, const std::string& di
     for (const Request& r : all) report_block(image, what, r);
     IInternalImage* copy = image->clone();
     if (copy) {
-        long cx = -1, cy = -1, cw = -1, ch = -1;
-        copy->getResultRect(&cx, &cy, &cw, &ch);
-        line("%s clone type %ld clip %ld %ld %ld %ld", what, copy->getType(), cx, cy, cw, ch);
+        long c[4] = {-1, -1, -1, -1};
+        copy->getResultRect(&c[0], &c[1], &c[2], &c[3]);
+        line("%s clone type %ld clip %ld %ld %ld %ld", what, copy->getType(), c[0], c[1], c[2], c[3]);
         copy->release();
     }
 }
@@ -189,13 +168,10 @@ void report_connection(const std::string& dir, const std::string& file, long* ty
         line("find %s", found ? "found" : "null");
         if (found) found->release();
         IInternalImage* image = manager->getImage(i);
-        if (image) {
-            if (type && i == 0) *type = image->getType();
-            report_image(image, file.empty() ? "dir" : "file", dir, !file.empty());
-            image->release();
-        } else {
-            line("getImage null");
-        }
+        if (!image) line("getImage null");
+        if (image && type && i == 0) *type = image->getType();
+        if (image) report_image(image, file.empty() ? "dir" : "file", dir, !file.empty());
+        if (image) image->release();
         g_prefix = saved;
     }
     IInternalImage* past = manager->getImage(count);
@@ -205,26 +181,24 @@ void report_connection(const std::string& dir, const std::string& file, long* ty
 }
 
 void report_channel(const std::string& path, int type) {
+    const char* p = path.c_str();
     int rows = -1, columns = -1, bands = -1, depth = -1;
-    int res = get_image_info(type, path.c_str(), &rows, &columns, &bands, &depth);
+    int res = get_image_info(type, p, &rows, &columns, &bands, &depth);
     line("channel type %d info %d rows %d columns %d bands %d depth %d", type, res, rows, columns,
          bands, depth);
     rows = columns = bands = depth = -1;
-    res = get_image_extent(type, path.c_str(), &rows, &columns);
+    res = get_image_extent(type, p, &rows, &columns);
     line("channel type %d extent %d rows %d columns %d", type, res, rows, columns);
-    res = get_image_nbands(type, path.c_str(), &bands);
+    res = get_image_nbands(type, p, &bands);
     line("channel type %d nbands %d bands %d", type, res, bands);
-    res = get_image_depth(type, path.c_str(), &depth);
+    res = get_image_depth(type, p, &depth);
     line("channel type %d depth %d depth %d", type, res, depth);
     for (int band : {0, 1, 2, 3, 4}) {
         if (band > 1 && band > bands + 1) break;  // one past the bands the file claims
         Image* image = static_cast<Image*>(std::calloc(1, sizeof(Image)));
-        int opened = open_image_channel(image, path.c_str(), 'r', type, band);
+        int opened = open_image_channel(image, p, 'r', type, band);
         line("channel type %d band %d open %d", type, band, opened);
-        if (opened != 1) {
-            std::free(image);
-            continue;
-        }
+        if (opened != 1) { std::free(image); continue; }
         int n = image_rows(image), c = image_columns(image), nb = image_nbands(image);
         line("channel type %d band %d rows %d columns %d bandgap %d depth %d nbands %d type %d "
              "multi %d runio %d", type, band, n, c, image_bandgap(image), image_depth(image), nb,
@@ -254,8 +228,7 @@ void report_channel(const std::string& path, int type) {
         line("channel type %d band %d colors %d colormap %d first %d last %d hash %016llx", type,
              band, image_colors(image), mapped, first, last, static_cast<unsigned long long>(hash));
         int rewound = image_channel_rewind(image);
-        line("channel type %d band %d rewind %d close %d", type, band, rewound,
-             close_image_channel(image, 'r'));
+        line("channel type %d band %d rewind %d close %d", type, band, rewound, close_image_channel(image, 'r'));
     }
 }
 

@@ -1,71 +1,62 @@
 #!/bin/sh
 # The command-line tool as a host: usage, failure messages and exit codes.
 set -u
-tool="$1"
-data="$2"
-samples="${3:-}"
+tool="$1"; data="$2"; samples="${3:-}"
 fail=0
+out=/tmp/tarn_cli_out.$$; err=/tmp/tarn_cli_err.$$
 check() { # description, expected exit code, command...
   desc="$1"; want="$2"; shift 2
-  "$@" >/tmp/tarn_cli_out.$$ 2>/tmp/tarn_cli_err.$$
+  "$@" >"$out" 2>"$err"
   got=$?
-  if [ "$got" -ne "$want" ]; then
-    echo "FAIL: $desc: exit $got, wanted $want"; cat /tmp/tarn_cli_err.$$; fail=1
-  else
-    echo "ok: $desc"
-  fi
+  if [ "$got" -ne "$want" ]; then no "$desc: exit $got, wanted $want"; cat "$err"; else echo "ok: $desc"; fi
 }
+no() { echo "FAIL: $*"; fail=1; }  # a failed expectation of the last check
+one_line() { test "$(wc -l < "$err")" -eq 1 || no "message is not one line"; }
 empty=$(mktemp -d)
 check "help" 0 "$tool" --help
-grep -q "info DIR" /tmp/tarn_cli_out.$$ || { echo "FAIL: help does not describe info"; fail=1; }
+grep -q "info DIR" "$out" || no "help does not describe info"
 check "no command" 2 "$tool"
 check "unknown command" 2 "$tool" frobnicate
 check "missing directory" 1 "$tool" info /nonexistent/tarn/dir
-test "$(wc -l < /tmp/tarn_cli_err.$$)" -eq 1 || { echo "FAIL: message is not one line"; fail=1; }
+one_line
 check "empty directory" 1 "$tool" info "$empty"
-grep -q "no image admitted" /tmp/tarn_cli_err.$$ || { echo "FAIL: no message for empty dir"; fail=1; }
+grep -q "no image admitted" "$err" || no "no message for empty dir"
 check "empty directory json" 1 "$tool" info "$empty" --json
-test "$(cat /tmp/tarn_cli_out.$$)" = "[]" || { echo "FAIL: json of nothing is not []"; fail=1; }
-grep -q "no image admitted" /tmp/tarn_cli_err.$$ || { echo "FAIL: no message for empty json"; fail=1; }
+test "$(cat "$out")" = "[]" || no "json of nothing is not []"
+grep -q "no image admitted" "$err" || no "no message for empty json"
 check "version" 0 "$tool" --version
-grep -Eq "^tarnimage [0-9]+\.[0-9]+\.[0-9]+$" /tmp/tarn_cli_out.$$ || { echo "FAIL: version line"; fail=1; }
+grep -Eq "^tarnimage [0-9]+\.[0-9]+\.[0-9]+$" "$out" || no "version line"
 check "render without output" 2 "$tool" render "$empty" x.ras
 check "render of a missing file" 1 "$tool" render "$empty" missing.ras -o "$empty/out.png"
-test "$(wc -l < /tmp/tarn_cli_err.$$)" -eq 1 || { echo "FAIL: message is not one line"; fail=1; }
+one_line
 check "render with a bad clip" 2 "$tool" render "$empty" x.ras --clip 1,2,3 -o "$empty/o.png"
 check "render with a bad scale" 2 "$tool" render "$empty" x.ras --scale -1 -o "$empty/o.png"
-test ! -e "$empty/out.png" || { echo "FAIL: output written for a missing file"; fail=1; }
+test ! -e "$empty/out.png" || no "output written for a missing file"
 check "info on the Sun raster fixtures" 0 "$tool" info "$data/sunraster"
 grep -q "^std-rgb-24bit-29x15.ras  type 2 SUNRASTER  29x15  bands 3  depth 8  geotransform 1 0 0 0 -1 14$" \
-  /tmp/tarn_cli_out.$$ || { echo "FAIL: info line of a 24-bit file"; fail=1; }
+  "$out" || no "info line of a 24-bit file"
 check "info --json" 0 "$tool" info "$data/sunraster" std-bw-1bit-13x7.ras --json
 grep -q '"name": "std-bw-1bit-13x7.ras", "type": 2, "type_name": "SUNRASTER", "width": 13, "height": 7, "bands": 1, "depth": 1' \
-  /tmp/tarn_cli_out.$$ || { echo "FAIL: json entry"; fail=1; }
+  "$out" || no "json entry"
 check "render raw bytes at scale 2" 0 "$tool" render "$data/sunraster" std-rgb-24bit-29x15.ras \
   --clip 3,4,10,10 --scale 2 -o "$empty/block.rgba"
-grep -q "^result 1 2 5 5$" /tmp/tarn_cli_out.$$ || { echo "FAIL: result rectangle"; fail=1; }
-test "$(wc -c < "$empty/block.rgba")" -eq 100 || { echo "FAIL: 5 x 5 x 4 bytes"; fail=1; }
-rm -f "$empty/block.rgba"
+grep -q "^result 1 2 5 5$" "$out" || no "result rectangle"
+test "$(wc -c < "$empty/block.rgba")" -eq 100 || no "5 x 5 x 4 bytes"
 check "render to an unknown output kind" 2 "$tool" render "$data/sunraster" std-rgb-24bit-29x15.ras \
   -o "$empty/block.jpg"
-grep -q "must end in .png, .rgba or .npy" /tmp/tarn_cli_err.$$ || { echo "FAIL: suffix message"; fail=1; }
+grep -q "must end in .png, .rgba or .npy" "$err" || no "suffix message"
 check "render above --max-pixels" 1 "$tool" render "$data/sunraster" std-rgb-24bit-29x15.ras \
   --max-pixels 434 -o "$empty/block.png"
-grep -q "above --max-pixels 434; .*--scale.*--clip" /tmp/tarn_cli_err.$$ ||
-  { echo "FAIL: --max-pixels message"; fail=1; }
-test ! -e "$empty/block.png" || { echo "FAIL: a block above --max-pixels was written"; fail=1; }
+grep -q "above --max-pixels 434; .*--scale.*--clip" "$err" || no "--max-pixels message"
+test ! -e "$empty/block.png" || no "a block above --max-pixels was written"
 check "render at --max-pixels" 0 "$tool" render "$data/sunraster" std-rgb-24bit-29x15.ras \
   --max-pixels 435 -o "$empty/block.png"
-rm -f "$empty/block.png"
 # NPY 1.0: magic, version 1.0, header length 118 (little-endian), the dict
 # padded to 128 bytes in all, then 15 x 29 x 4 bytes.
 check "render as npy" 0 "$tool" render "$data/sunraster" std-rgb-24bit-29x15.ras -o "$empty/block.npy"
-test "$(head -c 10 "$empty/block.npy" | od -An -tx1 | tr -d ' \n')" = "934e554d505901007600" ||
-  { echo "FAIL: npy preamble"; fail=1; }
-head -c 128 "$empty/block.npy" | grep -q "{'descr': '|u1', 'fortran_order': False, 'shape': (15, 29, 4), }" ||
-  { echo "FAIL: npy header"; fail=1; }
-test "$(wc -c < "$empty/block.npy")" -eq 1868 || { echo "FAIL: npy size"; fail=1; }
-rm -f "$empty/block.npy"
+test "$(head -c 10 "$empty/block.npy" | od -An -tx1 | tr -d ' \n')" = "934e554d505901007600" || no "npy preamble"
+head -c 128 "$empty/block.npy" | grep -q "{'descr': '|u1', 'fortran_order': False, 'shape': (15, 29, 4), }" || no "npy header"
+test "$(wc -c < "$empty/block.npy")" -eq 1868 || no "npy size"
 
 # Broken files, made from a whole 29 x 15 24-bit fixture (rows of 88 bytes).
 broken=$(mktemp -d)
@@ -84,32 +75,27 @@ for reason in \
   "type-three.ras: Sun raster of type 3 (RGB order) has no row reader" \
   "empty.ras: not an image of any known kind" \
   "x.ras: not an image of any known kind"; do
-  grep -qxF "tarnimage: $broken/$reason" /tmp/tarn_cli_err.$$ ||
-    { echo "FAIL: no reason: $reason"; cat /tmp/tarn_cli_err.$$; fail=1; }
+  grep -qxF "tarnimage: $broken/$reason" "$err" || { no "no reason: $reason"; cat "$err"; }
 done
 check "info on broken files" 0 "$tool" info "$broken"
-test "$(wc -l < /tmp/tarn_cli_err.$$)" -eq 3 || { echo "FAIL: without -v, only the three refused files"; fail=1; }
-grep -q "not an image" /tmp/tarn_cli_err.$$ && { echo "FAIL: a non-image is reported without -v"; fail=1; }
+test "$(wc -l < "$err")" -eq 3 || no "without -v, only the three refused files"
+grep -q "not an image" "$err" && no "a non-image is reported without -v"
 check "-v after the command" 1 "$tool" info "$broken" x.ras -v
-grep -q "x.ras: not an image of any known kind" /tmp/tarn_cli_err.$$ || { echo "FAIL: -v after the command"; fail=1; }
+grep -q "x.ras: not an image of any known kind" "$err" || no "-v after the command"
 
 # The first 7 rows survive in 700 bytes.
 head -c 700 "$whole" > "$broken/half.ras"
 check "render of a file cut in half" 3 "$tool" render "$broken" half.ras -o "$empty/half.png"
-grep -qxF "tarnimage: $broken/half.ras: 8 of 15 rows could not be read" /tmp/tarn_cli_err.$$ ||
-  { echo "FAIL: count of unread rows"; cat /tmp/tarn_cli_err.$$; fail=1; }
-test -s "$empty/half.png" || { echo "FAIL: the partial block is not written"; fail=1; }
-rm -f "$empty/half.png"
+grep -qxF "tarnimage: $broken/half.ras: 8 of 15 rows could not be read" "$err" || { no "count of unread rows"; cat "$err"; }
+test -s "$empty/half.png" || no "the partial block is not written"
 check "render of a whole file" 0 "$tool" render "$data/sunraster" std-rgb-24bit-29x15.ras -o "$empty/whole.png"
-test ! -s /tmp/tarn_cli_err.$$ || { echo "FAIL: messages for a whole file"; cat /tmp/tarn_cli_err.$$; fail=1; }
-rm -f "$empty/whole.png"
+test ! -s "$err" || { no "messages for a whole file"; cat "$err"; }
 check "render of a type-3 file" 1 "$tool" render "$broken" type-three.ras -o "$empty/t.png"
-grep -q "15 of 15 rows could not be read" /tmp/tarn_cli_err.$$ || { echo "FAIL: no row count"; fail=1; }
-test ! -e "$empty/t.png" || { echo "FAIL: a block of no rows was written"; fail=1; }
+grep -q "15 of 15 rows could not be read" "$err" || no "no row count"
+test ! -e "$empty/t.png" || no "a block of no rows was written"
 check "render of a 4-bit file" 1 "$tool" render "$broken" four-bit.ras -o "$empty/t.png"
-test "$(grep -c "4 bits per pixel" /tmp/tarn_cli_err.$$)" -eq 1 || { echo "FAIL: the reason once"; fail=1; }
-rm -f "$broken"/*.ras
-rmdir "$broken"
+test "$(grep -c "4 bits per pixel" "$err")" -eq 1 || no "the reason once"
+rm -rf "$broken"
 
 # Raw band values against netpbm's decode of the same files: a grey raster's
 # bytes are the PGM's samples, and the value at a point of a 24-bit raster
@@ -131,11 +117,11 @@ rm -f "$empty"/*.raw
 hopper="$samples/sunraster/hopper.ras"
 if [ -n "$samples" ] && [ -f "$hopper" ]; then
   check "render of hopper.ras" 1 "$tool" render "$samples/sunraster" hopper.ras -o "$empty/h.png"
-  test -s /tmp/tarn_cli_err.$$ || { echo "FAIL: no message for hopper.ras"; fail=1; }
-  test ! -e "$empty/h.png" || { echo "FAIL: hopper.ras written"; fail=1; }
+  test -s "$err" || no "no message for hopper.ras"
+  test ! -e "$empty/h.png" || no "hopper.ras written"
 else
   echo "skipped: render of hopper.ras ($hopper is absent)"
 fi
-rmdir "$empty"
-rm -f /tmp/tarn_cli_out.$$ /tmp/tarn_cli_err.$$
+rm -rf "$empty"
+rm -f "$out" "$err"
 exit $fail

@@ -7,28 +7,24 @@
 
 #include <cstring>
 #include <string>
+#include <utility>
 
 #include "channel/identify.h"
 #include "test_support.h"
 
 namespace {
 
+// Calls, and the file position at the last call (-1: asked without a file).
 struct Seen {
     int calls = 0;
-    long position = -2;  // -1: asked without a file
-};
-Seen g_reader, g_accepter;
+    long position = -2;
+} g_reader, g_accepter;
 uint32_t g_accepter_code = 0;
 std::string g_accept_ending;  // the accepter takes names ending in this
 
-void note(Seen& seen, FILE* fp) {
-    ++seen.calls;
-    seen.position = fp ? ftell(fp) : -1;
-}
-
 // Moves the file away from its start and declines.
 int reading_exist(const char*, char*, FILE* fp) {
-    note(g_reader, fp);
+    g_reader = {g_reader.calls + 1, fp ? ftell(fp) : -1};
     if (fp) fseek(fp, 3, SEEK_SET);
     return 0;
 }
@@ -37,33 +33,27 @@ int throwing_exist(const char*, char*, FILE*) { throw 42; }
 
 // Accepts by name, answering its code and a path of its own choosing.
 int accepting_exist(const char* name, char* out_path, FILE* fp) {
-    note(g_accepter, fp);
+    g_accepter = {g_accepter.calls + 1, fp ? ftell(fp) : -1};
     std::string text = name;
-    if (text.size() < g_accept_ending.size() ||
-        text.substr(text.size() - g_accept_ending.size()) != g_accept_ending)
-        return 0;
-    strcpy(out_path, name);
-    strcat(out_path, ".data");
+    size_t n = g_accept_ending.size();
+    if (text.size() < n || text.compare(text.size() - n, n, g_accept_ending) != 0) return 0;
+    strcpy(out_path, (text + ".data").c_str());
     return static_cast<int>(g_accepter_code);
-}
-
-UDFRecord record_with(UDFExistFunc exist, const char* keyword) {
-    UDFRecord record = {};
-    record.exist = exist;
-    record.keyword = const_cast<char*>(keyword);
-    record.suffix = const_cast<char*>("hst");
-    return record;
 }
 
 class HostDriver : public ::testing::Test {
 protected:
     void SetUp() override {
-        UDFRecord reader = record_with(reading_exist, "READER");
-        UDFRecord thrower = record_with(throwing_exist, "THROWER");
-        UDFRecord accepter = record_with(accepting_exist, "ACCEPTER");
-        m_reader = II_RegisterUDF(&reader);
-        m_thrower = II_RegisterUDF(&thrower);
-        g_accepter_code = m_accepter = II_RegisterUDF(&accepter);
+        const std::pair<UDFExistFunc, const char*> drivers[] = {
+            {reading_exist, "READER"}, {throwing_exist, "THROWER"}, {accepting_exist, "ACCEPTER"}};
+        uint32_t* codes[] = {&m_reader, &m_thrower, &m_accepter};
+        for (int i = 0; i < 3; ++i) {
+            UDFRecord record = {};
+            record.exist = drivers[i].first;
+            record.keyword = const_cast<char*>(drivers[i].second), record.suffix = const_cast<char*>("hst");
+            *codes[i] = II_RegisterUDF(&record);
+        }
+        g_accepter_code = m_accepter;
         ASSERT_GT(m_reader, 1000u);
         ASSERT_EQ(m_accepter, m_reader + 2);
         g_reader = g_accepter = Seen();

@@ -17,14 +17,14 @@ int dummy_exist(const char*, char*, FILE*) { return 0; }
 UDFRecord make_record(const char* keyword, const char* suffix) {
     UDFRecord record = {};
     record.exist = dummy_exist;
-    record.keyword = const_cast<char*>(keyword);
-    record.suffix = const_cast<char*>(suffix);
+    record.keyword = const_cast<char*>(keyword), record.suffix = const_cast<char*>(suffix);
     return record;
 }
 
-std::vector<uint32_t> slot_types() {
+// Types of the occupied slots, from slot `from` on.
+std::vector<uint32_t> slot_types(uint32_t from = 0) {
     std::vector<uint32_t> types;
-    for (uint32_t i = 0; const UDFRecord* slot = UDFindex(i); ++i) types.push_back(slot->type);
+    for (uint32_t i = from; const UDFRecord* slot = UDFindex(i); ++i) types.push_back(slot->type);
     return types;
 }
 
@@ -47,9 +47,7 @@ TEST(UdfRegistry, ThirtyTwoFillTheTableAndTheNextGetsZero) {
         uint32_t code = II_RegisterUDF(&record);
         ASSERT_GT(code, 1000u);
         EXPECT_EQ(record.type, code);
-        if (!codes.empty()) {
-            EXPECT_EQ(code, codes.back() + 1);
-        }
+        if (!codes.empty()) { EXPECT_EQ(code, codes.back() + 1); }
         codes.push_back(code);
     }
     EXPECT_EQ(UDFindex(31)->type, codes.back());
@@ -70,17 +68,12 @@ TEST(UdfRegistry, UnregisteringMovesTheLastSlotIntoTheGap) {
     UDFRecord a = make_record("A", "aaa"), b = make_record("B", "bbb"), c = make_record("C", "ccc");
     uint32_t ca = II_RegisterUDF(&a), cb = II_RegisterUDF(&b), cc = II_RegisterUDF(&c);
     ASSERT_TRUE(ca && cb && cc);
-
-    auto ours = [base] {
-        std::vector<uint32_t> types = slot_types();
-        return std::vector<uint32_t>(types.begin() + base, types.end());
-    };
     II_UnregisterUDF(ca);
-    EXPECT_EQ(ours(), (std::vector<uint32_t>{cc, cb}));  // C jumped ahead of B
+    EXPECT_EQ(slot_types(base), (std::vector<uint32_t>{cc, cb}));  // C jumped ahead of B
     EXPECT_STREQ(UDFindex(base)->keyword, "C");
     EXPECT_EQ(UDFentry(ca), nullptr);
     II_UnregisterUDF(cb);  // removing the last slot moves nothing
-    EXPECT_EQ(ours(), (std::vector<uint32_t>{cc}));
+    EXPECT_EQ(slot_types(base), (std::vector<uint32_t>{cc}));
     II_UnregisterUDF(cc);
     EXPECT_EQ(occupied(), base);
 }
