@@ -13,22 +13,22 @@ extern "C" {
 
 int get_image_info(int type, const char* name, int* rows, int* columns, int* bands, int* depth) {
     const ImageDriver* driver = find_image_driver(type);
-    return driver && driver->get_info ? driver->get_info(name, rows, columns, bands, depth) : -1;
+    return driver && driver->get_info ? driver->get_info(type, name, rows, columns, bands, depth) : -1;
 }
 
 int get_image_extent(int type, const char* name, int* rows, int* columns) {
     const ImageDriver* driver = find_image_driver(type);
-    return driver && driver->read_extent ? driver->read_extent(name, rows, columns) : -1;
+    return driver && driver->read_extent ? driver->read_extent(type, name, rows, columns) : -1;
 }
 
 int get_image_nbands(int type, const char* name, int* bands) {
     const ImageDriver* driver = find_image_driver(type);
-    return driver && driver->read_nbands ? driver->read_nbands(name, bands) : -1;
+    return driver && driver->read_nbands ? driver->read_nbands(type, name, bands) : -1;
 }
 
 int get_image_depth(int type, const char* name, int* depth) {
     const ImageDriver* driver = find_image_driver(type);
-    return driver && driver->get_depth ? driver->get_depth(name, depth) : -1;
+    return driver && driver->get_depth ? driver->get_depth(type, name, depth) : -1;
 }
 
 int get_standard_color_name(const char* name, char* color_name) {

@@ -24,9 +24,11 @@ typedef int (*DriverStoreFunc)(Image* image, void* table);
 typedef int (*DriverContentProbe)(FILE* file);
 typedef int (*DriverNameProbe)(const std::string& stem, std::string& candidate);
 typedef int (*DriverNameClaim)(const char* name);
-typedef int (*DriverInfoFunc)(const char* name, int* rows, int* columns, int* bands, int* depth);
-typedef int (*DriverExtentFunc)(const char* name, int* rows, int* columns);
-typedef int (*DriverValueFunc)(const char* name, int* value);
+/* Property readers are asked with the type, which one row may stand for many of. */
+typedef int (*DriverInfoFunc)(int type, const char* name, int* rows, int* columns, int* bands,
+                              int* depth);
+typedef int (*DriverExtentFunc)(int type, const char* name, int* rows, int* columns);
+typedef int (*DriverValueFunc)(int type, const char* name, int* value);
 /* 1 when the format's header gave the six transform numbers, else not 1. */
 typedef int (*DriverTransformFunc)(const char* name, int type, double* transform);
 
@@ -160,9 +162,23 @@ int extend_with_suffixes(const ImageDriver& driver, const std::string& stem,
 
 /* A property that needs no file: the value is written and answered. */
 template <int Value>
-int constant_property(const char*, int* out) {
+int constant_property(int, const char*, int* out) {
     *out = Value;
     return Value;
+}
+
+/* Property readers of formats with one type code, which need only the name. */
+template <int (*Read)(const char*, int*, int*, int*, int*)>
+int info_by_name(int, const char* name, int* rows, int* columns, int* bands, int* depth) {
+    return Read(name, rows, columns, bands, depth);
+}
+template <int (*Read)(const char*, int*, int*)>
+int extent_by_name(int, const char* name, int* rows, int* columns) {
+    return Read(name, rows, columns);
+}
+template <int (*Read)(const char*, int*)>
+int value_by_name(int, const char* name, int* value) {
+    return Read(name, value);
 }
 
 #endif

@@ -70,7 +70,7 @@ int open_grey(Image* image, const char* name, int, int, int, char*, char*) {
     return image->file_buffer ? 1 : -1;
 }
 
-int grey_info(const char* name, int* rows, int* columns, int* bands, int* depth) {
+int grey_info(int, const char* name, int* rows, int* columns, int* bands, int* depth) {
     FILE* file = tarn_fopen(name, "r");
     bool ok = read_header(file, columns, rows);
     if (file) tarn_fclose(file);

@@ -137,7 +137,7 @@ extern const ImageDriver driver_IMPELL = {
 extern const ImageDriver driver_GRASS = {
     .type = 4, .keyword = "GRASS", .check = check_format_GRASS,
     .extend_and_check = extend_and_check_if_GRASS, .open = open_without_band<open_GRASS>,
-    .open_multi = open_three_bands<open_multi_GRASS>, .read_extent = read_GRASS_extent,
+    .open_multi = open_three_bands<open_multi_GRASS>, .read_extent = extent_by_name<read_GRASS_extent>,
     .read_nbands = constant_property<1>, .read_header_trans = read_GRASS_header_trans,
     .colour_form = COLOURS_UNRANGED,
     .reserved_colours = 2, .colormap_skip = 2,

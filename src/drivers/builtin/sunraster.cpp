@@ -693,7 +693,8 @@ extern const ImageDriver driver_SUNRASTER = {
     .type = kSunType, .keyword = "SUNRASTER", .flags = DRIVER_WIDE_PIXELS_AS_BYTES,
     .check = check_format_SUNRASTER, .extend_and_check = extend_and_check_if_SUNRASTER,
     .open = open_one_band<open_SUNRASTER>, .open_multi = open_three_bands<open_multi_SUNRASTER>,
-    .clear_header = clrrd_SUNRASTER_hdr, .get_info = get_SUNRASTER_info,
-    .read_extent = read_SUNRASTER_extent, .read_nbands = read_SUNRASTER_nbands,
-    .get_depth = get_SUNRASTER_depth,
+    .clear_header = clrrd_SUNRASTER_hdr, .get_info = info_by_name<get_SUNRASTER_info>,
+    .read_extent = extent_by_name<read_SUNRASTER_extent>,
+    .read_nbands = value_by_name<read_SUNRASTER_nbands>,
+    .get_depth = value_by_name<get_SUNRASTER_depth>,
 };
