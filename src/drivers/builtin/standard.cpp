@@ -1111,7 +1111,6 @@ int open_STANDARD(Image* image, const char* path, int band, int mode, int type) 
         tarn_fseek(image->file, static_cast<long>(move), SEEK_CUR) != 0)
         return -1;
     state->data_start = here + static_cast<long>(move);
-    if (form == kData) image->band = layout == kBIP ? band - 1 : image->band;
     // A single-band BSQ read takes one plane's rows only.
     Geometry buffers = g;
     if (layout == kBSQ && form == kData) buffers.buffer_bytes = g.row_bytes;
