@@ -430,7 +430,7 @@ int layout_index(int layout) { return layout == kBIL ? 0 : layout == kBSQ ? 1 : 
 
 enum Form { kData = 0, kMulti = 1, kFull = 2 };
 
-int allocate_buffers(Image* image, const Geometry& g, int layout, bool second) {
+int allocate_buffers(Image* image, const Geometry& g, bool second) {
     image->row_bytes = static_cast<int32_t>(g.row_bytes);
     long long total = g.row_bytes * image->rows;
     image->data_bytes = total > INT_MAX ? INT_MAX : static_cast<int32_t>(total);
@@ -443,7 +443,6 @@ int allocate_buffers(Image* image, const Geometry& g, int layout, bool second) {
         image->file_buffer2 = allocate_byte_buffer(static_cast<long>(bytes + kSlack));
         if (!image->file_buffer2) return -1;
     }
-    (void)layout;
     return 1;
 }
 
@@ -1114,7 +1113,7 @@ int open_STANDARD(Image* image, const char* path, int band, int mode, int type) 
     // A single-band BSQ read takes one plane's rows only.
     Geometry buffers = g;
     if (layout == kBSQ && form == kData) buffers.buffer_bytes = g.row_bytes;
-    return allocate_buffers(image, buffers, layout, layout == kBIP && depth < 8);
+    return allocate_buffers(image, buffers, layout == kBIP && depth < 8);
 }
 
 int open_multi_STANDARD(Image* image, const char* path, int red, int green, int blue, int mode,
@@ -1173,7 +1172,7 @@ int open_multi_STANDARD(Image* image, const char* path, int red, int green, int 
     long here = tarn_ftell(image->file);
     if (here < 0) return -1;
     state->data_start = here;
-    return allocate_buffers(image, g, type, type == kBIP && depth == 4);
+    return allocate_buffers(image, g, type == kBIP && depth == 4);
 }
 
 int rdhdr_STANDARD(Image* image, StandardHeader* header_out, Colormap* colormap_out) {
