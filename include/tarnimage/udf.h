@@ -97,6 +97,14 @@ TARN_EXPORT void II_UnregisterAllUDF(void);
  * is above 0), or -1 when no driver holds the code. */
 TARN_EXPORT int II_GetUDFKeyword(uint32_t type, char* buffer, int size);
 
+struct Image;
+/* For an image record opened on a registered type: copies its colour map
+ * record (the Colormap of <tarnimage/image.h>) into out when out is set, and
+ * gives 0; -1 when no registered driver is open on the record. */
+TARN_EXPORT int rdhdr_UDF(struct Image* image, int unused, void* out);
+/* Marks no header as read; 0. */
+TARN_EXPORT int clrrd_UDF_hdr(void);
+
 TARN_END_C
 
 #endif

@@ -181,4 +181,18 @@ int value_by_name(int, const char* name, int* value) {
     return Read(name, value);
 }
 
+/* Channel kernels an open installs itself: scaling of 16- and 32-bit samples
+ * to bytes in the lookup slot, the colour map's range in the index slot, and
+ * the word-wise expansion of 4-bit samples. */
+TARN_BEGIN_C
+void Scale16BitBuf(Image* image);
+void Scale32BitBuf(Image* image);
+void Scale16BitMultibuf(Image* image);
+void Scale32BitMultibuf(Image* image);
+void Index8BitBuf(Image* image);
+void Index16BitBuf(Image* image);
+void Index32BitBuf(Image* image);
+void repack_4to8(uint32_t* source, void* target, int count);
+TARN_END_C
+
 #endif

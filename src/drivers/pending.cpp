@@ -1,7 +1,6 @@
 // Built-in formats whose readers are not written yet: ERDAS LAN and GIS, the
-// BIL, BIP and BSQ family, the built-in TIFF strip reader, ADRG and BMP. Identification
-// already knows them, so a file of theirs is taken and then fails cleanly at
-// open; each reader that lands takes its row and probes into a file of its own.
+// built-in TIFF strip reader, ADRG and BMP. Identification already knows them,
+// so a file of theirs is taken and then fails cleanly at open; each reader that lands takes its row and probes into a file of its own.
 //
 // Signatures read here (first bytes of the file):
 //   ERDAS  0  6 chars "HEADER" (4-bit LAN) or "HEAD74" (7.4 and later)
@@ -40,8 +39,6 @@ extern "C" {
 int open_ERDAS(Image*, const char*, int, int) { return -1; }
 int open_multi_ERDAS(Image*, const char*, int, int, int, int) { return -1; }
 int open_multi_TIFF(Image*, const char*, int, int, int, int) { return -1; }
-int open_STANDARD(Image*, const char*, int, int, int) { return -1; }
-int open_multi_STANDARD(Image*, const char*, int, int, int, int, int) { return -1; }
 int open_ADRG(Image*, const char*, int, int) { return -1; }
 int open_multi_ADRG(Image*, const char*, int, int, int, int) { return -1; }
 int open_BMP(Image*, const char*, int, int) { return -1; }
@@ -54,7 +51,6 @@ int setup_runio_TIFF(Image*) { return -1; }
 int isok_runio_TIFF(Image*) { return 0; }
 int initialize_BMPRow_IO(Image*) { return 1; }
 
-int clrrd_STANDARD_hdr(Image*) { return 1; }
 int clrrd_TIFF_hdr(Image*) { return 1; }
 int clrrd_BMP_hdr(Image*) { return 1; }
 int clrrd_ADRG_hdr(Image*) { return 1; }
@@ -83,10 +79,6 @@ int check_format_TIFF(FILE* fp) {
     return (order == 0x4949 || order == 0x4D4D) && (magic == 42 || magic == 0x2A00) ? 1 : 0;
 }
 
-int check_format_BIL(FILE*) { return 0; }
-int check_format_BIP(FILE*) { return 0; }
-int check_format_BSQ(FILE*) { return 0; }
-
 int check_format_ADRG(const char* name) {
     if (!name) return 0;
     std::string path = get_image_path(name);
@@ -99,22 +91,13 @@ int check_format_ADRG(const char* name) {
 
 }  // extern "C"
 
-extern const ImageDriver driver_ERDAS, driver_BMP, driver_BIL, driver_BIP, driver_BSQ;
+extern const ImageDriver driver_ERDAS, driver_BMP;
 
 int extend_and_check_if_ERDAS(const std::string& stem, std::string& candidate) {
     return extend_with_suffixes(driver_ERDAS, stem, candidate);
 }
 int extend_and_check_if_BMP(const std::string& stem, std::string& candidate) {
     return extend_with_suffixes(driver_BMP, stem, candidate);
-}
-int extend_and_check_if_BIL(const std::string& stem, std::string& candidate) {
-    return extend_with_suffixes(driver_BIL, stem, candidate);
-}
-int extend_and_check_if_BIP(const std::string& stem, std::string& candidate) {
-    return extend_with_suffixes(driver_BIP, stem, candidate);
-}
-int extend_and_check_if_BSQ(const std::string& stem, std::string& candidate) {
-    return extend_with_suffixes(driver_BSQ, stem, candidate);
 }
 int extend_and_check_if_TIFF(const std::string&, std::string&) { return 0; }
 
@@ -142,18 +125,6 @@ int extend_and_check_if_ADRG(const std::string& stem, std::string& candidate) {
     return 0;
 }
 
-namespace {
-
-int open_standard(Image* image, const char* name, int band, int display, int type, char*, char*) {
-    return open_STANDARD(image, name, band, display, type);
-}
-int open_multi_standard(Image* image, const char* name, int red, int green, int blue, int display,
-                        int type, char*, char*) {
-    return open_multi_STANDARD(image, name, red, green, blue, display, type);
-}
-
-}  // namespace
-
 // A .gis or .lan that fails the content probe is not rejected: it goes on to
 // the later rows and tests.
 extern const ImageDriver driver_ERDAS = {
@@ -162,17 +133,6 @@ extern const ImageDriver driver_ERDAS = {
     .extend_and_check = extend_and_check_if_ERDAS, .open = open_one_band<open_ERDAS>,
     .open_multi = open_three_bands<open_multi_ERDAS>,
 };
-
-// Three layouts of one driver, told apart by their type codes.
-#define STANDARD_ROW(code, name, suffix)                                                       \
-    {.type = code, .keyword = #name, .flags = DRIVER_NAMED_BY_SUFFIX, .suffixes = {suffix},   \
-     .check = check_format_##name, .extend_and_check = extend_and_check_if_##name,            \
-     .open = open_standard, .open_multi = open_multi_standard,                                \
-     .clear_header = clrrd_STANDARD_hdr, .colour_form = COLOURS_RANGED, .reserved_colours = 1}
-extern const ImageDriver driver_BIL = STANDARD_ROW(8, BIL, ".bil");
-extern const ImageDriver driver_BIP = STANDARD_ROW(9, BIP, ".bip");
-extern const ImageDriver driver_BSQ = STANDARD_ROW(11, BSQ, ".bsq");
-#undef STANDARD_ROW
 
 // Identification never gives this code: a TIFF on disk goes to the registered
 // TIFF driver. Only an explicit open with the code reaches it.

@@ -4,20 +4,27 @@
 
 extern "C" {
 
+int S_BasicReadChar(FILE* file) {
+    int c = tarn_fgetc(file);
+    if (c != '\r') return c;
+    int next = tarn_fgetc(file);
+    if (next != '\n' && next != EOF) tarn_fseek(file, tarn_ftell(file) - 1, SEEK_SET);
+    return '\n';
+}
+
 char* S_BasicReadStr(char* buffer, int size, FILE* file) {
     if (!buffer || size < 1) return nullptr;
-    int stored = 0;
-    for (;;) {
-        if (stored >= size - 1) break;
-        int c = tarn_fgetc(file);
+    int n = 0;
+    while (n < size - 1) {
+        int c = S_BasicReadChar(file);
         if (c == EOF) {
-            buffer[stored] = '\0';
+            buffer[n] = '\0';
             return nullptr;
         }
         if (c == '\n') break;
-        buffer[stored++] = static_cast<char>(c);
+        buffer[n++] = static_cast<char>(c);
     }
-    buffer[stored] = '\0';
+    buffer[n] = '\0';
     return buffer;
 }
 

@@ -9,8 +9,9 @@
 
 TARN_BEGIN_C
 
-/* Stores characters up to a line feed, the end of the file or size - 1
- * characters, ends them with a zero and answers buffer; null when the read
+/* One character with CR, CR LF and LF all read as LF. */
+int S_BasicReadChar(FILE* file);
+/* A line without its end, cut at size - 1 characters; null when the read
  * ended on the end of the file, even after some characters, so a last line
  * without a line feed is not read. A longer line comes back in pieces. */
 char* S_BasicReadStr(char* buffer, int size, FILE* file);

@@ -37,6 +37,14 @@ int open_UDF(Image* image, const char* name, int band, int display, int type);
 int open_multi_UDF(Image* image, const char* name, int red, int green, int blue, int display,
                    int type);
 int close_UDF(Image* image);
+/* Installed as get_row: the driver's row into file_buffer, then unpack. */
+int Get_UDF_Row(Image* image, int row);
+/* Questions about a file by name, answered from one header slot that the
+ * last name asked about filled: 0, or -1 when the driver could not open it. */
+int read_UDF_extent(const char* name, int type, int* rows, int* columns);
+int read_UDF_nbands(const char* name, int type, int* nbands);
+int get_UDF_depth(const char* name, int type, int* depth);
+int get_UDF_info(const char* name, int type, int* rows, int* columns, int* nbands, int* depth);
 /* Non-zero when the registered driver of this type delivers every band in one row. */
 int registered_all_bands_in_row(int type);
 /* The registered driver's header as a transform: pixel x, minus pixel y, origin. */

@@ -391,6 +391,11 @@ void check_broken(const DriverSuite& suite) {
     TempDir dir;
     for (const BrokenFile& c : suite.broken) {
         SCOPED_TRACE(c.what);
+        std::vector<std::string> sides;
+        for (const auto& side : c.beside) sides.push_back(dir.write("broken" + side.first, side.second));
+        std::shared_ptr<void> remove_sides(nullptr, [&sides](void*) {
+            for (const std::string& side : sides) std::remove(side.c_str());
+        });
         const std::string path = dir.write("broken" + suite.suffix, c.bytes);
         if (c.identified != kUnchecked) {
             std::vector<char> resolved(TARN_PATH_MAX);

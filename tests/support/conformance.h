@@ -13,6 +13,7 @@
 #include <string.h>
 
 #include <string>
+#include <utility>
 #include <vector>
 
 #include <tarnimage/image.h>
@@ -51,6 +52,8 @@ struct BrokenFile {
     int info, open;
     std::vector<int> rows;
     int identified = kUnchecked;  // type the content is identified as
+    /* Side files written beside it, named "broken" plus the suffix given. */
+    std::vector<std::pair<std::string, std::string>> beside = {};
 };
 
 /* A file of the shared sample folder, with the FNV-1a hash of an independent

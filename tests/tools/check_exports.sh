@@ -15,7 +15,10 @@ done
 for name in II_RegisterUDF II_UnregisterUDF II_UnregisterAllUDF II_GetUDFKeyword \
             type_from_keyword keyword_from_type name_from_type get_type_from_extension \
             suffname check_format_ADRG check_format_TIFF parse_grass_name calc_image_world_box \
-            tarn_set_message_handler; do
+            tarn_set_message_handler write_standard_header write_standard_colormap \
+            write_standard_colors write_standard_statistics write_standard_stats \
+            get_8bit_grayscale_ramp initialize_standard_header get_standard_header_writename \
+            get_standard_color_writename get_standard_stats_writename; do
   echo "$symbols" | grep -qx "$name" || { echo "$name is not exported"; exit 1; }
 done
 if echo "$symbols" | grep -q 'CIImageImpl\|CIntegratorManagerImpl\|TarnDirBrowser'; then
