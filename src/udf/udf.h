@@ -39,6 +39,10 @@ int open_multi_UDF(Image* image, const char* name, int red, int green, int blue,
 int close_UDF(Image* image);
 /* Installed as get_row: the driver's row into file_buffer, then unpack. */
 int Get_UDF_Row(Image* image, int row);
+/* Three-plane unpackers of deep data shown at 8 bits: each plane by its band's
+ * scale and minimum, keeping the low 8 bits. */
+int Unpk_StdBIL_16_Bit_Multi_Scale(Image* image);
+int Unpk_StdBIL_32_Bit_Multi_Scale(Image* image);
 /* Questions about a file by name, answered from one header slot that the
  * last name asked about filled: 0, or -1 when the driver could not open it. */
 int read_UDF_extent(const char* name, int type, int* rows, int* columns);

@@ -120,7 +120,7 @@ TEST(Channel, MultiBandCapacityIsHeldAgainstTheWindow) {
 TEST(ImageProperties, CodesWithoutAReaderOrFileFail) {
     std::string sun = tarntest::data_path("sunraster/std-grey-8bit-13x7.ras");
     const struct { int type; std::string name; } cases[] = {
-        {0, sun}, {7, sun}, {1001, sun}, {-1000, sun}, {2, "/nonexistent/tarn/raster.ras"},
+        {0, sun}, {7, sun}, {-1000, sun}, {2, "/nonexistent/tarn/raster.ras"},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.type);
