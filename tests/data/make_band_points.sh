@@ -21,4 +21,12 @@ if [ -n "$samples" ]; then
   for p in "0 0" "19 19" "7 11"; do point samples:ehdr/float32.bil "$samples/ehdr/float32.bil" f32 $p; done
   for p in "0 0" "19 19" "7 11"; do point samples:ehdr/int16_rat.bil "$samples/ehdr/int16_rat.bil" i16 $p; done
 fi
-cat "$out"
+
+
+# GDAL's colour table of the paletted fixture, whose .clr GDAL wrote: one
+# "index red green blue alpha" line per entry.
+gdalinfo -json "$data/standard/palette8-7x5.bil" | python3 -c '
+import json, sys
+table = json.load(sys.stdin)["bands"][0]["colorTable"]
+for i, e in enumerate(table["entries"]):
+    print(i, *e)' > "$data/standard/palette8-7x5.palette"

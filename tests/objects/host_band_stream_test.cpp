@@ -13,10 +13,13 @@
 namespace {
 
 struct Connected {
-    explicit Connected(const std::string& file) {
-        dir.copy_in(file, "image.ras");
+    explicit Connected(const std::string& file, const std::string& as = "image.ras",
+                       const std::vector<std::string>& beside = {}) {
+        dir.copy_in(file, as);
+        for (const std::string& side : beside)
+            dir.copy_in(file.substr(0, file.rfind('.')) + side, as.substr(0, as.rfind('.')) + side);
         manager = getManager();
-        EXPECT_TRUE(manager->connect(CTarnUString(dir.path().c_str()), CTarnUString("image.ras")));
+        EXPECT_TRUE(manager->connect(CTarnUString(dir.path().c_str()), CTarnUString(as.c_str())));
         image = manager->getImage(0);
     }
     ~Connected() {
@@ -91,6 +94,21 @@ TEST(BandStreams, SixteenBitSamplesComeAsStored) {
         }
     stream->release();
     streams->release();
+}
+
+TEST(BandStreams, DepthCodesFollowTheSampleSize) {
+    const struct { const char* file; long code; } cases[] = {
+        {"standard/grey8-7x5.bil", 3}, {"standard/u16-2band-8x5.bil", 5}, {"standard/i32-2band-6x4.bil", 7}};
+    for (const auto& c : cases) {
+        Connected connected(tarntest::data_path(c.file), "image.bil", {".hdr"});
+        ASSERT_NE(connected.image, nullptr) << c.file;
+        int band = 1;
+        IInternalRStreamCollection* streams = connected.image->getStreams(&band, 1);
+        IInternalRStream* stream = streams->get(0);
+        EXPECT_EQ(stream->getPixelDepth(), c.code) << c.file;
+        stream->release();
+        streams->release();
+    }
 }
 
 }  // namespace

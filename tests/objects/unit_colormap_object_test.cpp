@@ -5,6 +5,7 @@
 
 #include <math.h>
 
+#include <fstream>
 #include <string>
 #include <vector>
 
@@ -86,6 +87,24 @@ TEST(ColourMapObject, NanTakesTheMiddleEntryAndClearEmpties) {
     EXPECT_EQ((Rgba{r, g, b, a}), (Rgba{0, 0, 0, 255}));
     EXPECT_EQ(other.toUTF8(), "Out of range");
     EXPECT_EQ(colour_of(map, 1), (Rgba{0, 0, 0, 255}));
+}
+
+// The .clr GDAL wrote for a paletted image against GDAL's own colour table.
+TEST(ColourMapObject, ReadsGdalsColourFile) {
+    CIntegratorCMapImpl map(CTarnUString(tarntest::data_path("standard/palette8-7x5.clr").c_str()), 0);
+    std::ifstream gdal(tarntest::data_path("standard/palette8-7x5.palette"));
+    int index, red, green, blue, alpha, count = 0;
+    for (; gdal >> index >> red >> green >> blue >> alpha; ++count) {
+        double low, high;
+        unsigned char r, g, b, a;
+        int kind;
+        CTarnUString label;
+        ASSERT_EQ(map.getLookup(index, low, high, r, g, b, a, kind, label), 1);
+        EXPECT_EQ((Rgba{int(low), r, g, b, a}), (Rgba{index, red, green, blue, alpha}));
+        EXPECT_EQ(label.toUTF8(), std::to_string(index));
+    }
+    EXPECT_EQ(map.getLookupCount(), count);
+    EXPECT_GT(count, 0);
 }
 
 TEST(ColourMapObject, ReadsTheSampleWithNegativeValues) {
