@@ -2,6 +2,7 @@
 // public headers (getManager, the interfaces, the naming calls), as any map
 // server would.
 
+#include <tarnimage/formats.h>
 #include <tarnimage/naming.h>
 #include <tarnimage/tarnimage.h>
 #include <tarnimage/udf.h>
@@ -58,6 +59,10 @@ const char kUsage[] =
     "      after band, rows top to bottom, one sample a pixel in host byte\n"
     "      order: unsigned 8-bit up to 8 bits, 16-bit for 16, 32-bit above.\n"
     "      .npy is NumPy's format with shape (bands, rows, columns).\n"
+    "  formats [--json]\n"
+    "      List every format the library knows: type code, keyword, suffix\n"
+    "      and description; the built-in ones by type code, then the\n"
+    "      registered drivers with the codes they got in this process.\n"
     "  --version\n"
     "      Print the version.\n"
     "  --help, help\n"
@@ -389,6 +394,35 @@ int command_render(const std::vector<std::string>& args) {
     return status;
 }
 
+int command_formats(const std::vector<std::string>& args) {
+    bool json = false;
+    for (const std::string& arg : args) {
+        if (arg == "--json") json = true;
+        else {
+            std::fprintf(stderr, "tarnimage: formats takes only --json\n");
+            return 2;
+        }
+    }
+    // A live manager has the library's own drivers registered.
+    IInternalImageManager* manager = getManager();
+    if (json) std::printf("[");
+    TarnFormat format;
+    for (int i = 0; tarn_get_format(i, &format); ++i) {
+        if (json)
+            std::printf("%s\n  {\"type\": %d, \"keyword\": \"%s\", \"suffix\": \"%s\", "
+                        "\"description\": \"%s\", \"registered\": %s}",
+                        i ? "," : "", format.type, json_escape(format.keyword).c_str(),
+                        json_escape(format.suffix).c_str(), json_escape(format.description).c_str(),
+                        format.registered ? "true" : "false");
+        else
+            std::printf("%5d  %-14s %-5s %s\n", format.type, format.keyword, format.suffix,
+                        format.description);
+    }
+    if (json) std::printf("\n]\n");
+    if (manager) manager->release();
+    return 0;
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -418,6 +452,7 @@ int main(int argc, char** argv) {
     if (command == "info") return command_info(args);
     if (command == "render") return command_render(args);
     if (command == "value") return command_value(args);
+    if (command == "formats") return command_formats(args);
     if (command == "bands") return command_bands(args);
     std::fprintf(stderr, "tarnimage: unknown command %s (see --help)\n", command.c_str());
     return 2;

@@ -95,6 +95,8 @@ enum DriverColourForm {
 struct ImageDriver {
     int32_t type = -1;
     const char* keyword = nullptr;
+    /* What `tarnimage formats` shows; null for rows that are no format. */
+    const char* description = nullptr;
     uint32_t flags = 0;
     /* Lower-case suffixes with their dot; the first is the one name_from_type adds. */
     const char* suffixes[4] = {};

@@ -137,7 +137,7 @@ extern const ImageDriver driver_ERDAS = {
 // Identification never gives this code: a TIFF on disk goes to the registered
 // TIFF driver. Only an explicit open with the code reaches it.
 extern const ImageDriver driver_TIFF = {
-    .type = 7, .keyword = "TIFF",
+    .type = 7, .keyword = "TIFF", .description = "TIFF strips, three bands (no reader)",
     .flags = DRIVER_RESAMPLES_ROWS | DRIVER_RESAMPLES_MULTI_ROWS | DRIVER_UNPLACED,
     .suffixes = {".tif"}, .open_multi = open_three_bands<open_multi_TIFF>, .close = close_TIFF,
     .close_multi = close_TIFF, .clear_header = clrrd_TIFF_hdr, .setup_runio = setup_runio_TIFF,
@@ -145,7 +145,7 @@ extern const ImageDriver driver_TIFF = {
 };
 
 extern const ImageDriver driver_ADRG = {
-    .type = 13, .keyword = "ADRG",
+    .type = 13, .keyword = "ADRG", .description = "ADRG (no reader under this code)",
     .flags = DRIVER_NO_EXTENSION_TYPE | DRIVER_NEEDS_COMPANION | DRIVER_BYTE_RAMP,
     .suffixes = {".img", ".cph", ".ovr"}, .extend_and_check = extend_and_check_if_ADRG,
     .open = open_one_band<open_ADRG>, .open_multi = open_three_bands<open_multi_ADRG>,

@@ -114,6 +114,12 @@ check "value outside" 1 "$tool" value "$data/sunraster" std-rgb-24bit-29x15.ras 
 check "bands output name" 2 "$tool" bands "$data/sunraster" std-rgb-24bit-29x15.ras -o "$empty/x.png"
 rm -f "$empty"/*.raw
 
+check "formats" 0 "$tool" formats
+grep -q "^    2  SUNRASTER" "$out" && grep -q "^ 1001  gif" "$out" ||
+  no "formats lists the built-in and registered drivers"
+check "formats as json" 0 "$tool" formats --json
+grep -q '"type": 1001, "keyword": "gif"' "$out" || no "formats json"
+
 hopper="$samples/sunraster/hopper.ras"
 if [ -n "$samples" ] && [ -f "$hopper" ]; then
   check "render of hopper.ras" 1 "$tool" render "$samples/sunraster" hopper.ras -o "$empty/h.png"

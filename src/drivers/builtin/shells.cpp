@@ -126,7 +126,7 @@ int grids_claim(const char* name) {
 }  // namespace
 
 extern const ImageDriver driver_IMPELL = {
-    .type = 1, .keyword = "RLC", .flags = DRIVER_NAMED_BY_SUFFIX | DRIVER_RESAMPLES_ROWS,
+    .type = 1, .keyword = "RLC", .description = "Impell run-length image (no reader)", .flags = DRIVER_NAMED_BY_SUFFIX | DRIVER_RESAMPLES_ROWS,
     .suffixes = {".rlc"}, .check = check_format_IMPELL,
     .extend_and_check = extend_and_check_if_IMPELL, .open = open_without_band<open_IMPELL>,
     .read_nbands = constant_property<1>, .get_depth = constant_property<1>,
@@ -135,7 +135,7 @@ extern const ImageDriver driver_IMPELL = {
 };
 
 extern const ImageDriver driver_GRASS = {
-    .type = 4, .keyword = "GRASS", .check = check_format_GRASS,
+    .type = 4, .keyword = "GRASS", .description = "GRASS cell file (no reader)", .check = check_format_GRASS,
     .extend_and_check = extend_and_check_if_GRASS, .open = open_without_band<open_GRASS>,
     .open_multi = open_three_bands<open_multi_GRASS>, .read_extent = extent_by_name<read_GRASS_extent>,
     .read_nbands = constant_property<1>, .read_header_trans = read_GRASS_header_trans,
@@ -144,7 +144,7 @@ extern const ImageDriver driver_GRASS = {
 };
 
 extern const ImageDriver driver_SVF = {
-    .type = 5, .keyword = "SVF", .flags = DRIVER_NAMED_BY_SUFFIX, .suffixes = {".svf"},
+    .type = 5, .keyword = "SVF", .description = "SVF (no reader)", .flags = DRIVER_NAMED_BY_SUFFIX, .suffixes = {".svf"},
     .check = check_format_SVF, .extend_and_check = extend_and_check_if_SVF,
     .open = open_without_band<open_SVF>, .close = close_svf,
     .read_nbands = constant_property<1>, .get_depth = constant_property<16>,
@@ -152,7 +152,7 @@ extern const ImageDriver driver_SVF = {
 };
 
 extern const ImageDriver driver_LATTICE = {
-    .type = 6, .keyword = "LATTICE", .flags = DRIVER_NAMED_BY_SUFFIX, .suffixes = {".lat"},
+    .type = 6, .keyword = "LATTICE", .description = "LATTICE (no reader)", .flags = DRIVER_NAMED_BY_SUFFIX, .suffixes = {".lat"},
     .check = check_format_LATTICE, .extend_and_check = extend_and_check_if_LATTICE,
     .open = open_without_band<open_LATTICE>, .close = close_lattice,
     .read_nbands = constant_property<1>, .get_depth = constant_property<32>,
@@ -160,7 +160,7 @@ extern const ImageDriver driver_LATTICE = {
 };
 
 extern const ImageDriver driver_GRID = {
-    .type = 10, .keyword = "GRID",
+    .type = 10, .keyword = "GRID", .description = "Grid (no reader)",
     .flags = DRIVER_NEEDS_COMPANION | DRIVER_FINISHED_ROWS | DRIVER_BYTE_RAMP |
              DRIVER_STORED_COLOUR_TYPE | DRIVER_STORED_COLOUR_TYPE_GREY_TESTED |
              DRIVER_CLAIMS_DATASETS | DRIVER_HEADER_PLACES_ONLY | DRIVER_NO_DATA_SAMPLES,
@@ -174,7 +174,7 @@ extern const ImageDriver driver_GRID = {
 extern const ImageDriver driver_IMAGINE = {.type = 12, .keyword = "IMAGINE", .flags = DRIVER_UNPLACED};
 
 extern const ImageDriver driver_GRAFILE = {
-    .type = 100, .keyword = "GRAFILE",
+    .type = 100, .keyword = "GRAFILE", .description = "Grafile (no reader)",
     .flags = DRIVER_KEYWORD_UNMATCHED | DRIVER_TRUE_COLOUR_WITHOUT_MAP | DRIVER_STORED_COLOUR_TYPE |
              DRIVER_UNPLACED,
     .open = open_grafile, .close = close_grafile,

@@ -1337,16 +1337,21 @@ int open_multi_standard(Image* image, const char* name, int red, int green, int 
 
 // Three layouts of one driver, told apart by their type codes. The colour
 // count includes the ramp's entry 0, which image_colors leaves out.
-#define STANDARD_ROW(code, name, suffix)                                                       \
-    {.type = code, .keyword = #name, .flags = DRIVER_NAMED_BY_SUFFIX, .suffixes = {suffix},   \
-     .check = check_format_##name, .extend_and_check = extend_and_check_if_##name,            \
-     .open = open_standard, .open_multi = open_multi_standard,                                \
-     .clear_header = clrrd_STANDARD_hdr, .get_info = info_by_name<get_STANDARD_info>,          \
+#define STANDARD_ROW(code, name, suffix, text)                                                 \
+    {.type = code, .keyword = #name, .description = text, .flags = DRIVER_NAMED_BY_SUFFIX,     \
+     .suffixes = {suffix}, .check = check_format_##name,                                       \
+     .extend_and_check = extend_and_check_if_##name, .open = open_standard,                    \
+     .open_multi = open_multi_standard, .clear_header = clrrd_STANDARD_hdr,                    \
+     .get_info = info_by_name<get_STANDARD_info>,                                              \
      .read_extent = extent_by_name<read_STANDARD_extent>,                                      \
      .read_nbands = value_by_name<read_STANDARD_nbands>,                                       \
-     .get_depth = value_by_name<get_STANDARD_depth>, .read_header_trans = read_STANDARD_header_trans,         \
-     .colour_form = COLOURS_RANGED, .reserved_colours = 1}
-extern const ImageDriver driver_BIL = STANDARD_ROW(kBIL, BIL, ".bil");
-extern const ImageDriver driver_BIP = STANDARD_ROW(kBIP, BIP, ".bip");
-extern const ImageDriver driver_BSQ = STANDARD_ROW(kBSQ, BSQ, ".bsq");
+     .get_depth = value_by_name<get_STANDARD_depth>,                                           \
+     .read_header_trans = read_STANDARD_header_trans, .colour_form = COLOURS_RANGED,           \
+     .reserved_colours = 1}
+extern const ImageDriver driver_BIL =
+    STANDARD_ROW(kBIL, BIL, ".bil", "Raw bands, interleaved by line, with .hdr");
+extern const ImageDriver driver_BIP =
+    STANDARD_ROW(kBIP, BIP, ".bip", "Raw bands, interleaved by pixel, with .hdr");
+extern const ImageDriver driver_BSQ =
+    STANDARD_ROW(kBSQ, BSQ, ".bsq", "Raw bands, one after another, with .hdr");
 #undef STANDARD_ROW

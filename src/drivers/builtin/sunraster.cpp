@@ -690,7 +690,7 @@ int extend_and_check_if_SUNRASTER(const std::string&, std::string&) { return 0; 
 
 // True-colour pixels without a map are shown through an 8-bit grey ramp.
 extern const ImageDriver driver_SUNRASTER = {
-    .type = kSunType, .keyword = "SUNRASTER", .flags = DRIVER_WIDE_PIXELS_AS_BYTES,
+    .type = kSunType, .keyword = "SUNRASTER", .description = "Sun raster", .flags = DRIVER_WIDE_PIXELS_AS_BYTES,
     .check = check_format_SUNRASTER, .extend_and_check = extend_and_check_if_SUNRASTER,
     .open = open_one_band<open_SUNRASTER>, .open_multi = open_three_bands<open_multi_SUNRASTER>,
     .clear_header = clrrd_SUNRASTER_hdr, .get_info = info_by_name<get_SUNRASTER_info>,
