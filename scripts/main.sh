@@ -17,6 +17,7 @@ echo
 echo "== tarnimage render"
 for file in "$root"/examples/*; do
   name="$(basename "$file")"
+  [ -f "$file" ] || continue
   case "$name" in *.sh) continue ;; esac
   printf '%s: ' "$name"
   "$tool" render "$root/examples" "$name" -o "$out/${name%.*}.png"
