@@ -39,6 +39,38 @@ int32_t result_side(int32_t clip, double scale) {
 constexpr int32_t kScreenDepth = 32;
 constexpr int32_t kScreenColours = 0x1000000;
 
+// The general path runs resample, colour table and alpha as three passes over
+// a row; for 8-bit samples through a colour table with nothing in between,
+// one table of finished words does all three in one pass, byte for byte the
+// same.
+void choose_one_pass(RgbaPipeline* p) {
+    Image* image = &p->image;
+    p->one_pass_8bit = false;
+    const int32_t colours = image->colormap.ncolors;
+    if (p->multi || p->map_path || image->depth > 8 || image->row_resampled) return;
+    if (image->lookup != LookupNoOp || image->index != IndexNoOp ||
+        image->resample != Resample8BitBuf || (image->dither_on && image->dither))
+        return;
+    if (!image->clr_table || colours < 1 || !image->col_map || image->win_cols < 1) return;
+    if (image->out_last_x - image->out_x + 1 != image->out_cols) return;
+    const uint32_t last = static_cast<uint32_t>(colours - 1);
+    for (uint32_t v = 0; v < 256; ++v) p->palette[v] = image->clr_table[v < last ? v : last] | 0xFF000000u;
+    p->one_pass_8bit = true;
+}
+
+void one_pass_row(const RgbaPipeline* p, uint8_t* target) {
+    const Image* image = &p->image;
+    const uint8_t* row = image->row8;
+    const int32_t* map = image->col_map;
+    const uint32_t limit = static_cast<uint32_t>(image->win_cols - 1);
+    const int count = image->out_cols;
+    uint32_t* out = reinterpret_cast<uint32_t*>(target);
+    for (int i = 0; i < count; ++i) {
+        uint32_t column = static_cast<uint32_t>(map[i]);
+        out[i] = p->palette[row[column <= limit ? column : limit]];
+    }
+}
+
 }  // namespace
 
 extern "C" {
@@ -183,6 +215,7 @@ int rgba_open(RgbaPipeline* p, const RgbaSource& source) {
             check(allocate_multi_resamplers(image));
         }
         initialize_row_IO(image);
+        choose_one_pass(p);
 
         p->next_row = image->first_row;
         p->out_row = 0;
@@ -244,7 +277,9 @@ void rgba_row(RgbaPipeline* p, void* block) {
                 return;
             }
             if (!image->get_row || image->get_row(image, p->last_row) == -1) throw OpenFailed();
-            if (p->map_path) {
+            if (p->one_pass_8bit && image->row8) {
+                one_pass_row(p, target);
+            } else if (p->map_path) {
                 if (p->lookup) p->lookup(p->context, image);
                 memcpy(target, image->grow2, static_cast<size_t>(w) * 4);
             } else {
@@ -255,6 +290,9 @@ void rgba_row(RgbaPipeline* p, void* block) {
                 else clr_remap_buf(image, image->grow, image->grow2, image->out_cols);
                 copyRGBAtoBGRA(image->grow2, target, w * 4);
             }
+        } else if (p->one_pass_8bit && p->out_row > 0) {
+            // The row before was made from the same image row.
+            memcpy(target, target - static_cast<size_t>(w) * 4, static_cast<size_t>(w) * 4);
         } else if (p->map_path) {
             memcpy(target, image->grow2, static_cast<size_t>(w) * 4);
         } else {

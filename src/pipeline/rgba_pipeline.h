@@ -64,6 +64,11 @@ struct RgbaPipeline {
     void* context;
     /* Output rows the read wrote; below image.out_rows after a failed row. */
     int32_t rows_done;
+    /* One pass for the common case, chosen at open: 8-bit samples through a
+     * colour table, no lookup, index or dither step; `palette` holds the
+     * finished RGBA word of every sample value. */
+    bool one_pass_8bit;
+    uint32_t palette[256];
 };
 
 /* A fresh, closed pipeline; rgba_release gives back what it holds. */
