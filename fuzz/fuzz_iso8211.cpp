@@ -12,30 +12,14 @@
 
 #include <string>
 
+#include "fuzz_support.h"
+
 #include "drivers/military/iso8211.h"
 
 namespace {
 
-const std::string& temp_path() {
-    static const std::string path = "/tmp/fuzz_iso8211_" + std::to_string(getpid()) + ".gen";
-    return path;
-}
 
-bool write_file(const std::string& path, const uint8_t* data, size_t size) {
-    FILE* file = fopen(path.c_str(), "wb");
-    if (!file) return false;
-    bool ok = size == 0 || fwrite(data, 1, size, file) == size;
-    return fclose(file) == 0 && ok;
-}
 
-int open_descriptors() {
-    int count = 0;
-    if (DIR* dir = opendir("/proc/self/fd")) {
-        while (readdir(dir)) ++count;
-        closedir(dir);
-    }
-    return count;
-}
 
 void visit(ISO8211Record* record, FILE* sink) {
     Dump8211Record(record, sink);
@@ -57,10 +41,10 @@ void visit(ISO8211Record* record, FILE* sink) {
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-    const std::string& path = temp_path();
-    if (!write_file(path, data, size)) return 0;
+    const std::string path = tarnfuzz::temp_path("iso8211", ".gen");
+    if (!tarnfuzz::write_file(path, data, size)) return 0;
     static FILE* sink = fopen("/dev/null", "w");
-    int descriptors = open_descriptors();
+    int descriptors = tarnfuzz::open_descriptors();
     ISO8211File file;
     if (Read8211File(&file, path.c_str()) == 0) {
         ISO8211Record record = {};
@@ -73,6 +57,6 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
         abort();
     }
     unlink(path.c_str());
-    if (open_descriptors() != descriptors) abort();
+    if (tarnfuzz::open_descriptors() != descriptors) abort();
     return 0;
 }

@@ -14,6 +14,8 @@
 #include <unistd.h>
 
 #include <string>
+
+#include "fuzz_support.h"
 #include <vector>
 
 #include "channel/buffers.h"
@@ -30,12 +32,6 @@ const std::string& temp_stem() {
     return stem;
 }
 
-bool write_file(const std::string& path, const uint8_t* data, size_t size) {
-    FILE* file = fopen(path.c_str(), "wb");
-    if (!file) return false;
-    bool ok = size == 0 || fwrite(data, 1, size, file) == size;
-    return fclose(file) == 0 && ok;
-}
 
 bool map_full_window(Image* image, int type) {
     float zoom_x = 1.0f, zoom_y = 1.0f, origin_x = -0.5f, origin_y = -0.5f;
@@ -109,14 +105,6 @@ void objects(const char* path) {
     image->release();
 }
 
-int open_descriptors() {
-    int count = 0;
-    if (DIR* dir = opendir("/proc/self/fd")) {
-        while (readdir(dir)) ++count;
-        closedir(dir);
-    }
-    return count;
-}
 
 }  // namespace
 
@@ -141,16 +129,16 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     for (size_t i = 0; i < parts.size(); ++i)
         if (i != 1) {
             written.push_back(stem + kSides[i]);
-            if (!write_file(written.back(), parts[i].first, parts[i].second)) return 0;
+            if (!tarnfuzz::write_file(written.back(), parts[i].first, parts[i].second)) return 0;
         }
     static const struct { int type; const char* suffix; } kLayouts[] = {
         {8, ".bil"}, {9, ".bip"}, {11, ".bsq"}};
     const uint8_t* raster = parts.size() > 1 ? parts[1].first : nullptr;
     const size_t raster_size = parts.size() > 1 ? parts[1].second : 0;
-    int descriptors = open_descriptors();
+    int descriptors = tarnfuzz::open_descriptors();
     for (const auto& layout : kLayouts) {
         std::string path = stem + layout.suffix;
-        if (!write_file(path, raster, raster_size)) continue;
+        if (!tarnfuzz::write_file(path, raster, raster_size)) continue;
         written.push_back(path);
         single_band(path.c_str(), layout.type, 1, 1);
         single_band(path.c_str(), layout.type, 2, 0);
@@ -159,6 +147,6 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     }
     objects((stem + kLayouts[size % 3].suffix).c_str());
     for (const std::string& path : written) unlink(path.c_str());
-    if (open_descriptors() != descriptors) abort();
+    if (tarnfuzz::open_descriptors() != descriptors) abort();
     return 0;
 }

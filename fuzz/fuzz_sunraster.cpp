@@ -11,6 +11,8 @@
 
 #include <string>
 
+#include "fuzz_support.h"
+
 #include "channel/buffers.h"
 #include "channel/channel.h"
 #include "channel/window.h"
@@ -20,17 +22,7 @@ namespace {
 
 const int kSunRaster = 2;
 
-const std::string& temp_path() {
-    static const std::string path = "/tmp/fuzz_sunraster_" + std::to_string(getpid()) + ".ras";
-    return path;
-}
 
-bool write_file(const std::string& path, const uint8_t* data, size_t size) {
-    FILE* file = fopen(path.c_str(), "wb");
-    if (!file) return false;
-    bool ok = size == 0 || fwrite(data, 1, size, file) == size;
-    return fclose(file) == 0 && ok;
-}
 
 // Opens as the objects do, with one band for display (three_bands false) or
 // three bands, maps the full window, allocates its buffers and reads every
@@ -95,29 +87,19 @@ void objects(const char* path) {
     image->release();
 }
 
-// Open descriptors of this process: a handle left open by any path is a
-// finding, as a server would run out of them.
-int open_descriptors() {
-    int count = 0;
-    if (DIR* dir = opendir("/proc/self/fd")) {
-        while (readdir(dir)) ++count;
-        closedir(dir);
-    }
-    return count;
-}
 
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-    const std::string& path = temp_path();
-    if (!write_file(path, data, size)) return 0;
-    int descriptors = open_descriptors();
+    const std::string path = tarnfuzz::temp_path("sunraster", ".ras");
+    if (!tarnfuzz::write_file(path, data, size)) return 0;
+    int descriptors = tarnfuzz::open_descriptors();
     open_and_read(path.c_str(), false, 1, 1);
     open_and_read(path.c_str(), false, 3, 0);
     open_and_read(path.c_str(), true, 0, 0);
     channel(path.c_str());
     objects(path.c_str());
     unlink(path.c_str());
-    if (open_descriptors() != descriptors) abort();
+    if (tarnfuzz::open_descriptors() != descriptors) abort();
     return 0;
 }
