@@ -142,6 +142,12 @@ private:
     return ::testing::AssertionSuccess();
 }
 
+// Property queries of registered drivers answer 0 on success, the built-in
+// ones 1: both count as 1 here.
+int property(const DriverSuite& suite, int result) {
+    return suite.type == kByIdentification && result >= 0 ? 1 : result;
+}
+
 // Opens through the channel; rows as get_image_row answers them, each row
 // read compared with the reference when one is given. -1 if the open fails.
 int channel_rows(const std::string& path, int type, const DriverFixture* f, const Pnm* ref, std::vector<int>* rows,
@@ -219,9 +225,11 @@ void check_rows(const DriverSuite& suite) {
         ASSERT_EQ(std::vector<int>({ref.width, ref.height}), std::vector<int>({f.width, f.height}));
         const int type = type_of(suite, path);
         int rows = -9, columns = -9, bands = -9, depth = -9, rows2 = -9, columns2 = -9, bands2 = -9, depth2 = -9;
-        ASSERT_EQ(get_image_info(type, path.c_str(), &rows, &columns, &bands, &depth), 1);
-        ASSERT_EQ(get_image_extent(type, path.c_str(), &rows2, &columns2), 1);
-        ASSERT_EQ(get_image_depth(type, path.c_str(), &depth2) + get_image_nbands(type, path.c_str(), &bands2), 2);
+        ASSERT_EQ(property(suite, get_image_info(type, path.c_str(), &rows, &columns, &bands, &depth)), 1);
+        ASSERT_EQ(property(suite, get_image_extent(type, path.c_str(), &rows2, &columns2)), 1);
+        ASSERT_EQ(property(suite, get_image_depth(type, path.c_str(), &depth2)) +
+                      property(suite, get_image_nbands(type, path.c_str(), &bands2)),
+                  2);
         EXPECT_EQ(std::vector<int>({rows, columns, bands, depth, rows2, columns2, bands2, depth2}),
                   std::vector<int>({f.height, f.width, f.bands, f.depth, f.height, f.width, f.bands, f.depth}));
 
@@ -363,7 +371,7 @@ void check_truncation(const DriverSuite& suite) {
             const std::string path = stage(dir, f, &cut);
             const int type = type_of(suite, path);
             int rows, columns, bands, depth;
-            const int info = get_image_info(type, path.c_str(), &rows, &columns, &bands, &depth);
+            const int info = property(suite, get_image_info(type, path.c_str(), &rows, &columns, &bands, &depth));
             EXPECT_TRUE(info == 1 || info == -1) << info;
             std::vector<int> results;  // the rows that read are the reference's
             const int opened = channel_rows(path, type, &f, &ref, &results, size_t(f.height));
@@ -405,10 +413,10 @@ void check_broken(const DriverSuite& suite) {
         }
         const int type = type_of(suite, path);
         int rows, columns, bands, depth;
-        EXPECT_EQ(get_image_info(type, path.c_str(), &rows, &columns, &bands, &depth), c.info);
-        EXPECT_EQ(get_image_extent(type, path.c_str(), &rows, &columns), c.info);
-        EXPECT_EQ(get_image_nbands(type, path.c_str(), &bands), c.info);
-        EXPECT_EQ(get_image_depth(type, path.c_str(), &depth), c.info);
+        EXPECT_EQ(property(suite, get_image_info(type, path.c_str(), &rows, &columns, &bands, &depth)), c.info);
+        EXPECT_EQ(property(suite, get_image_extent(type, path.c_str(), &rows, &columns)), c.info);
+        EXPECT_EQ(property(suite, get_image_nbands(type, path.c_str(), &bands)), c.info);
+        EXPECT_EQ(property(suite, get_image_depth(type, path.c_str(), &depth)), c.info);
         std::vector<int> results;
         EXPECT_EQ(channel_rows(path, type, nullptr, nullptr, &results, c.rows.size()), c.open);
         EXPECT_EQ(results, c.rows);
@@ -475,7 +483,7 @@ void check_samples(const DriverSuite& suite) {
         const std::string path = sample_path(s.file);
         const int type = type_of(suite, path);
         int rows, columns, bands, depth;
-        ASSERT_EQ(get_image_info(type, path.c_str(), &rows, &columns, &bands, &depth), 1);
+        ASSERT_EQ(property(suite, get_image_info(type, path.c_str(), &rows, &columns, &bands, &depth)), 1);
         EXPECT_EQ(std::vector<int>({rows, columns, bands, depth}),
                   std::vector<int>({s.rows, s.columns, s.bands, s.depth}));
         Image* image = static_cast<Image*>(calloc(1, sizeof(Image)));
