@@ -61,7 +61,6 @@ private:
     std::atomic<int32_t> m_refCount{1};
     CMapEntry** m_entries = nullptr;
     int32_t m_count = 0;
-    int32_t m_kind = 2;
     CTarnUString m_otherLabel;
     int32_t m_fromFile = 0;
     unsigned char m_other[4] = {0, 0, 0, 255};
