@@ -335,7 +335,7 @@ bool load_gif(const char* name, GIFPicture* p) {
                 tarn_report(TARN_MESSAGE_ERROR, "GIF data read failed");
             }
         }
-        bool found = false;
+        bool found = false, unknown = false;
         while (table_ok && in.has(1)) {
             const uint8_t block = file[in.pos];
             if (block == 0x2C) {
@@ -345,15 +345,17 @@ bool load_gif(const char* name, GIFPicture* p) {
                 break;
             }
             if (block != 0x21) {
-                if (block != 0x3B)
+                if (block != 0x3B) {
                     tarn_report(TARN_MESSAGE_ERROR, "Unknown block type (0x%02x) at offset 0x%lx", block,
                                 static_cast<unsigned long>(in.pos));
+                    unknown = true;
+                }
                 break;
             }
             in.pos += 2;  // the introducer and the label
             if (!skip_sub_blocks(in)) break;
         }
-        if (table_ok && !found) tarn_report(TARN_MESSAGE_ERROR, "no image data found in GIF file");
+        if (table_ok && !found && !unknown) tarn_report(TARN_MESSAGE_ERROR, "no image data found in GIF file");
     }
     free(file);
     return ok;
