@@ -10,6 +10,7 @@
 #include <tarnimage/naming.h>
 #include <tarnimage/properties.h>
 #include <tarnimage/tarnimage.h>
+#include <tarnimage/udf.h>
 
 #include <algorithm>
 #include <cstdarg>
@@ -96,11 +97,21 @@ void report_block(IInternalImage* image, const char* what, const Request& r) {
     image->reset();
 }
 
+// Registered drivers' codes depend on how often drivers were registered in
+// the process; the record names them by keyword instead.
+std::string type_text(long type) {
+    if (type <= 1000) return std::to_string(type);
+    char keyword[64];
+    return II_GetUDFKeyword(static_cast<uint32_t>(type), keyword, sizeof keyword) >= 0
+               ? std::string("udf:") + keyword
+               : std::string("udf:unregistered");
+}
+
 void report_image(IInternalImage* image, const char* what, const std::string& dir,
                   bool all_requests) {
     long bands = image->getBandCount();
-    line("%s name %s type %ld size %ld %ld bands %ld depth %ld pixel %ld scalable %ld fetch %ld "
-         "stat %ld %ld", what, utf8(image->getName(), dir).c_str(), image->getType(),
+    line("%s name %s type %s size %ld %ld bands %ld depth %ld pixel %ld scalable %ld fetch %ld "
+         "stat %ld %ld", what, utf8(image->getName(), dir).c_str(), type_text(image->getType()).c_str(),
          image->getWidth(), image->getHeight(), bands, image->getPixelDepth(0L),
          image->getPixelDepth(), image->canBeScaled(), image->getFetchModes(),
          image->hasStatistic(), image->getStatistic(0));
@@ -147,7 +158,7 @@ void report_image(IInternalImage* image, const char* what, const std::string& di
     if (copy) {
         long c[4] = {-1, -1, -1, -1};
         copy->getResultRect(&c[0], &c[1], &c[2], &c[3]);
-        line("%s clone type %ld clip %ld %ld %ld %ld", what, copy->getType(), c[0], c[1], c[2], c[3]);
+        line("%s clone type %s clip %ld %ld %ld %ld", what, type_text(copy->getType()).c_str(), c[0], c[1], c[2], c[3]);
         copy->release();
     }
 }
@@ -184,25 +195,25 @@ void report_channel(const std::string& path, int type) {
     const char* p = path.c_str();
     int rows = -1, columns = -1, bands = -1, depth = -1;
     int res = get_image_info(type, p, &rows, &columns, &bands, &depth);
-    line("channel type %d info %d rows %d columns %d bands %d depth %d", type, res, rows, columns,
+    line("channel type %s info %d rows %d columns %d bands %d depth %d", type_text(type).c_str(), res, rows, columns,
          bands, depth);
     rows = columns = bands = depth = -1;
     res = get_image_extent(type, p, &rows, &columns);
-    line("channel type %d extent %d rows %d columns %d", type, res, rows, columns);
+    line("channel type %s extent %d rows %d columns %d", type_text(type).c_str(), res, rows, columns);
     res = get_image_nbands(type, p, &bands);
-    line("channel type %d nbands %d bands %d", type, res, bands);
+    line("channel type %s nbands %d bands %d", type_text(type).c_str(), res, bands);
     res = get_image_depth(type, p, &depth);
-    line("channel type %d depth %d depth %d", type, res, depth);
+    line("channel type %s depth %d depth %d", type_text(type).c_str(), res, depth);
     for (int band : {0, 1, 2, 3, 4}) {
         if (band > 1 && band > bands + 1) break;  // one past the bands the file claims
         Image* image = static_cast<Image*>(std::calloc(1, sizeof(Image)));
         int opened = open_image_channel(image, p, 'r', type, band);
-        line("channel type %d band %d open %d", type, band, opened);
+        line("channel type %s band %d open %d", type_text(type).c_str(), band, opened);
         if (opened != 1) { std::free(image); continue; }
         int n = image_rows(image), c = image_columns(image), nb = image_nbands(image);
-        line("channel type %d band %d rows %d columns %d bandgap %d depth %d nbands %d type %d "
-             "multi %d runio %d", type, band, n, c, image_bandgap(image), image_depth(image), nb,
-             image_type(image), multi_I_band(image), runio_I_image(image));
+        line("channel type %s band %d rows %d columns %d bandgap %d depth %d nbands %d type %s "
+             "multi %d runio %d", type_text(type).c_str(), band, n, c, image_bandgap(image), image_depth(image), nb,
+             type_text(image_type(image)).c_str(), multi_I_band(image), runio_I_image(image));
         // Fixtures are small; a header claiming more is read only as far as this.
         const int capacity = static_cast<int>(
             std::min<long long>(1LL * std::max(c, 1) * std::max(nb, 1), 1 << 20));
@@ -214,8 +225,8 @@ void report_channel(const std::string& path, int type) {
             std::fill(row8.begin(), row8.end(), 0xA5);
             int res32 = get_image_row(image, r, row32.data(), capacity);
             int res8 = get_image_row8(image, r, row8.data(), capacity);
-            line("channel type %d band %d row %d get_image_row %d %016llx get_image_row8 %d %016llx",
-                 type, band, r, res32,
+            line("channel type %s band %d row %d get_image_row %d %016llx get_image_row8 %d %016llx",
+                 type_text(type).c_str(), band, r, res32,
                  static_cast<unsigned long long>(fnv1a(row32.data(), row32.size() * 4)), res8,
                  static_cast<unsigned long long>(fnv1a(row8.data(), row8.size())));
         }
@@ -225,10 +236,10 @@ void report_channel(const std::string& path, int type) {
         int mapped = get_image_colormap(image, &first, &last, red.data(), green.data(), blue.data());
         uint64_t hash = fnv1a(blue.data(), entries, fnv1a(green.data(), entries,
                                                           fnv1a(red.data(), entries)));
-        line("channel type %d band %d colors %d colormap %d first %d last %d hash %016llx", type,
+        line("channel type %s band %d colors %d colormap %d first %d last %d hash %016llx", type_text(type).c_str(),
              band, image_colors(image), mapped, first, last, static_cast<unsigned long long>(hash));
         int rewound = image_channel_rewind(image);
-        line("channel type %d band %d rewind %d close %d", type, band, rewound, close_image_channel(image, 'r'));
+        line("channel type %s band %d rewind %d close %d", type_text(type).c_str(), band, rewound, close_image_channel(image, 'r'));
     }
 }
 
@@ -247,7 +258,8 @@ void report_directory(const std::string& dir) {
         // Files no object admits are still put to the channel as their suffix says.
         std::string::size_type dot = file.rfind('.');
         int suffix_type = dot == std::string::npos ? -1 : get_type_from_extension(file.c_str() + dot + 1);
-        line("types object %ld suffix %d suffname %d", object_type, suffix_type, suffname(file.c_str()));
+        line("types object %s suffix %d suffname %d", type_text(object_type).c_str(), suffix_type,
+             suffname(file.c_str()));
         const std::string path = dir + "/" + file;
         if (object_type > 0) report_channel(path, static_cast<int>(object_type));
         if (suffix_type > 0 && suffix_type != object_type) report_channel(path, suffix_type);
@@ -261,11 +273,15 @@ int main(int argc, char** argv) {
         std::fprintf(stderr, "usage: golden_hashes ROOT DIR...\n");
         return 2;
     }
+    // One manager lives through the run, so the registered drivers keep their
+    // codes and the channel reports reach them too.
+    IInternalImageManager* keeper = getManager();
     for (int i = 2; i < argc; ++i) {
         std::string dir = std::string(argv[1]) + "/" + argv[i];
         while (dir.size() > 1 && dir.back() == '/') dir.pop_back();
         std::printf("== %s\n", argv[i]);
         report_directory(dir);
     }
+    keeper->release();
     return 0;
 }
