@@ -31,7 +31,7 @@ void check(int result) {
 // bits fails the open instead of converting undefinedly.
 int32_t result_side(int32_t clip, double scale) {
     double side = clip / scale;
-    if (!(side < 2147483648.0)) throw OpenFailed();
+    if (!(side < 2147483648.0 && side > -2147483649.0)) throw OpenFailed();
     return static_cast<int32_t>(side);
 }
 

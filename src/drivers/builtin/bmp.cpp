@@ -19,7 +19,8 @@
 //                 masked; 32 bits blue, green, red, unused unless masked
 //
 // RLE8 (compression 1) and RLE4 (2) code the whole bitmap as byte pairs: n > 0
-// is n pixels of the value (RLE4: its high and low nibble in turn); 0,0 ends a
+// is n pixels of the value (RLE4: its high and low nibble in turn), and may
+// run on into the row's padding; 0,0 ends a
 // line, 0,1 the bitmap, 0,2,dx,dy moves right and up; 0,n with n >= 3 is n
 // literal pixels padded to a 16-bit boundary. Pixels a run never reaches are 0.
 
@@ -62,8 +63,7 @@ struct BmpState {
     bool rle;
     uint32_t masks[3];
     int shifts[3], widths[3];
-    int decoded;             // RLE: 0 not yet, 1 whole, -1 failed at rows_done
-    long long rows_done;     // rows complete in file order when the decoding failed
+    int decoded;             // RLE: 0 not yet, 1 whole, -1 failed
     const uint8_t* current;  // the row of the last read
 };
 
@@ -236,11 +236,10 @@ int open_common(Image* image, const char* name, BmpState** out) {
 }
 
 // Decodes the whole run-length bitmap into aux_buffer, one index byte per
-// pixel, rows from the top. Stops at the first fault, keeping the rows done.
+// pixel, rows from the top. A fault or a stream cut short leaves it failed.
 void decode_rle(Image* image, BmpState* s) {
     const long long width = image->columns, rows = image->rows;
     s->decoded = -1;
-    s->rows_done = 0;
     image->aux_buffer = static_cast<uint8_t*>(C_calloc(static_cast<size_t>(width * rows), 1));
     if (!image->aux_buffer) return;
     long long size = s->file_size - s->header.data_offset;
@@ -252,10 +251,13 @@ void decode_rle(Image* image, BmpState* s) {
         return;
     }
     const bool four = s->header.compression == kRle4;
+    // Writers code the row's padding too, so a run may reach the padded
+    // width; those pixels are dropped.
+    const long long padded = four ? s->stride * 2 : s->stride;
     long long p = 0, x = 0, y = 0;  // y counts rows in file order
     auto put = [&](uint8_t value) {
         long long row = s->top_down ? y : rows - 1 - y;
-        image->aux_buffer[row * width + x] = value;
+        if (x < width) image->aux_buffer[row * width + x] = value;
         ++x;
     };
     for (;;) {
@@ -263,14 +265,13 @@ void decode_rle(Image* image, BmpState* s) {
         uint8_t n = data[p], v = data[p + 1];
         p += 2;
         if (n > 0) {
-            if (y >= rows || x + n > width) break;
+            if (y >= rows || x + n > padded) break;
             for (int i = 0; i < n; ++i) put(four ? ((i & 1) ? v & 0x0F : v >> 4) : v);
             continue;
         }
         if (v == 0) {  // end of line
             ++y;
             x = 0;
-            s->rows_done = y;
             if (y > rows) break;
             continue;
         }
@@ -282,15 +283,14 @@ void decode_rle(Image* image, BmpState* s) {
             if (p + 2 > size) break;
             long long dx = data[p], dy = data[p + 1];
             p += 2;
-            if (x + dx > width || y + dy > rows) break;
+            if (x + dx > padded || y + dy > rows) break;
             x += dx;
             y += dy;
-            s->rows_done = y;
             continue;
         }
         // Literal pixels, padded to a 16-bit boundary.
         long long bytes = four ? (v + 1) / 2 : v;
-        if (p + bytes > size || y >= rows || x + v > width) break;
+        if (p + bytes > size || y >= rows || x + v > padded) break;
         for (int i = 0; i < v; ++i) {
             uint8_t b = data[p + (four ? i / 2 : i)];
             put(four ? ((i & 1) ? b & 0x0F : b >> 4) : b);
@@ -306,10 +306,8 @@ int fetch_row(Image* image, BmpState* s, int row) {
     if (s->rle) {
         if (s->decoded == 0) decode_rle(image, s);
         if (!image->aux_buffer) return -1;
-        if (s->decoded != 1) {
-            long long file_row = s->top_down ? row : (long long)image->rows - 1 - row;
-            if (file_row >= s->rows_done) return -1;
-        }
+        // A fault anywhere in the coding spoils the bitmap: no row is served.
+        if (s->decoded != 1) return -1;
         s->current = image->aux_buffer + (long long)row * image->columns;
         return 0;
     }
