@@ -1,10 +1,8 @@
-// Built-in formats whose readers are not written yet: ERDAS LAN and GIS, the
-// built-in TIFF strip reader, ADRG and BMP. Identification already knows them,
+// Built-in formats whose readers are not written yet: the built-in TIFF strip
+// reader and ADRG. Identification already knows them,
 // so a file of theirs is taken and then fails cleanly at open; each reader that lands takes its row and probes into a file of its own.
 //
 // Signatures read here (first bytes of the file):
-//   ERDAS  0  6 chars "HEADER" (4-bit LAN) or "HEAD74" (7.4 and later)
-//   BMP    0  2 chars "BM"
 //   TIFF   0  u16 0x4949 "II" or 0x4D4D "MM"; 2 u16 42 in file order
 
 #include <string.h>
@@ -36,38 +34,20 @@ bool adrg_gen_beside(const std::string& stem) {
 
 extern "C" {
 
-int open_ERDAS(Image*, const char*, int, int) { return -1; }
-int open_multi_ERDAS(Image*, const char*, int, int, int, int) { return -1; }
 int open_multi_TIFF(Image*, const char*, int, int, int, int) { return -1; }
 int open_ADRG(Image*, const char*, int, int) { return -1; }
 int open_multi_ADRG(Image*, const char*, int, int, int, int) { return -1; }
-int open_BMP(Image*, const char*, int, int) { return -1; }
-int open_multi_BMP(Image*, const char*, int, int, int, int) { return -1; }
 
 int close_TIFF(Image*) { return 0; }
 int close_ADRG(Image*) { return 0; }
 
 int setup_runio_TIFF(Image*) { return -1; }
 int isok_runio_TIFF(Image*) { return 0; }
-int initialize_BMPRow_IO(Image*) { return 1; }
 
 int clrrd_TIFF_hdr(Image*) { return 1; }
-int clrrd_BMP_hdr(Image*) { return 1; }
 int clrrd_ADRG_hdr(Image*) { return 1; }
 // ADRG images are placed by a world file only: the header member gives 0.
 int read_ADRG_header_trans(const char*, int, double*) { return 0; }
-
-int check_format_ERDAS(FILE* fp) {
-    uint8_t head[7];
-    if (read_head(fp, head, sizeof head) != static_cast<long>(sizeof head)) return 0;
-    return memcmp(head, "HEADER", 6) == 0 || memcmp(head, "HEAD74", 6) == 0 ? 1 : 0;
-}
-
-int check_format_BMP(FILE* fp) {
-    uint8_t head[8];
-    if (read_head(fp, head, sizeof head) < 2) return 0;
-    return head[0] == 'B' && head[1] == 'M' ? 1 : 0;
-}
 
 // The two words are compared in file order on this little-endian host, so
 // "MM" files carry 42 as 0x2A00.
@@ -91,14 +71,6 @@ int check_format_ADRG(const char* name) {
 
 }  // extern "C"
 
-extern const ImageDriver driver_ERDAS, driver_BMP;
-
-int extend_and_check_if_ERDAS(const std::string& stem, std::string& candidate) {
-    return extend_with_suffixes(driver_ERDAS, stem, candidate);
-}
-int extend_and_check_if_BMP(const std::string& stem, std::string& candidate) {
-    return extend_with_suffixes(driver_BMP, stem, candidate);
-}
 int extend_and_check_if_TIFF(const std::string&, std::string&) { return 0; }
 
 int extend_and_check_if_ADRG(const std::string& stem, std::string& candidate) {
@@ -125,15 +97,6 @@ int extend_and_check_if_ADRG(const std::string& stem, std::string& candidate) {
     return 0;
 }
 
-// A .gis or .lan that fails the content probe is not rejected: it goes on to
-// the later rows and tests.
-extern const ImageDriver driver_ERDAS = {
-    .type = 3, .keyword = "ERDAS", .flags = DRIVER_NAMED_BY_SUFFIX | DRIVER_SUFFIX_NEEDS_CONTENT,
-    .suffixes = {".gis", ".lan"}, .check = check_format_ERDAS,
-    .extend_and_check = extend_and_check_if_ERDAS, .open = open_one_band<open_ERDAS>,
-    .open_multi = open_three_bands<open_multi_ERDAS>,
-};
-
 // Identification never gives this code: a TIFF on disk goes to the registered
 // TIFF driver. Only an explicit open with the code reaches it.
 extern const ImageDriver driver_TIFF = {
@@ -152,12 +115,4 @@ extern const ImageDriver driver_ADRG = {
     .close = close_ADRG, .close_multi = close_ADRG, .clear_header = clrrd_ADRG_hdr,
     .read_nbands = constant_property<3>, .get_depth = constant_property<8>,
     .read_header_trans = read_ADRG_header_trans,
-};
-
-// suffname does not know ".BMP", although it is a built-in suffix everywhere else.
-extern const ImageDriver driver_BMP = {
-    .type = 14, .keyword = "BMP", .flags = DRIVER_NAMED_BY_SUFFIX | DRIVER_SUFFIX_UNLISTED,
-    .suffixes = {".bmp"}, .check = check_format_BMP, .extend_and_check = extend_and_check_if_BMP,
-    .open = open_one_band<open_BMP>, .open_multi = open_three_bands<open_multi_BMP>,
-    .clear_header = clrrd_BMP_hdr, .init_row_io = initialize_BMPRow_IO,
 };

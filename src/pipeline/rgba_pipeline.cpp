@@ -31,7 +31,7 @@ void check(int result) {
 // bits fails the open instead of converting undefinedly.
 int32_t result_side(int32_t clip, double scale) {
     double side = clip / scale;
-    if (!(side < 2147483648.0)) throw OpenFailed();
+    if (!(side < 2147483648.0 && side > -2147483649.0)) throw OpenFailed();
     return static_cast<int32_t>(side);
 }
 
@@ -147,6 +147,8 @@ int rgba_open(RgbaPipeline* p, const RgbaSource& source) {
         // One row of 32-bit pixels, wide enough for the output as well as the
         // image: at scales below 1 the output is the wider.
         long pixels = source.width > screen->result_width ? source.width : screen->result_width;
+        // A width from a header the driver has not yet checked; no image is wider.
+        if (pixels > (1L << 24)) throw OpenFailed();
         free(screen->row_buffer);
         screen->row_buffer = static_cast<uint8_t*>(malloc(static_cast<size_t>(pixels > 0 ? pixels : 1) * 4));
         if (!screen->row_buffer) throw OpenFailed();

@@ -50,8 +50,10 @@ int type_of(const DriverSuite& suite, const std::string& path) {
     return get_image_type_from_name(path.c_str(), resolved.data(), &type) == 1 && type > 1000 ? type : -1;
 }
 
-// A property answer as 1 or -1: registered drivers' queries answer 0 on success.
+// A property answer as 1 or -1: some members answer 0 on success (the
+// registered drivers', the BMP driver's), most answer 1.
 int said(const DriverSuite& suite, int answer) {
+    if (answer == suite.info_success) return 1;
     return suite.type == kByIdentification && answer == 0 ? 1 : answer;
 }
 
@@ -423,13 +425,13 @@ void check_broken(const DriverSuite& suite) {
         int rows, columns, bands, depth;
         // Every case has the same name, and each question is asked afresh.
         forget_last_name(dir, suite);
-        EXPECT_EQ(said(suite, get_image_info(type, path.c_str(), &rows, &columns, &bands, &depth)), c.info);
+        EXPECT_EQ(said(suite, get_image_info(type, path.c_str(), &rows, &columns, &bands, &depth)), said(suite, c.info));
         forget_last_name(dir, suite);
-        EXPECT_EQ(said(suite, get_image_extent(type, path.c_str(), &rows, &columns)), c.info);
+        EXPECT_EQ(said(suite, get_image_extent(type, path.c_str(), &rows, &columns)), said(suite, c.info));
         forget_last_name(dir, suite);
-        EXPECT_EQ(said(suite, get_image_nbands(type, path.c_str(), &bands)), c.info);
+        EXPECT_EQ(said(suite, get_image_nbands(type, path.c_str(), &bands)), said(suite, c.info));
         forget_last_name(dir, suite);
-        EXPECT_EQ(said(suite, get_image_depth(type, path.c_str(), &depth)), c.info);
+        EXPECT_EQ(said(suite, get_image_depth(type, path.c_str(), &depth)), said(suite, c.info));
         std::vector<int> results;
         EXPECT_EQ(channel_rows(path, type, nullptr, nullptr, &results, c.rows.size()), c.open);
         EXPECT_EQ(results, c.rows);

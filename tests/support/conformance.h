@@ -75,6 +75,7 @@ struct DriverSuite {
     size_t (*header_size)(const Bytes& file) = nullptr;
     int (*fuzz)(const uint8_t* data, size_t size) = nullptr;
     bool identified_by_content = true;  // listed under names without extension
+    int info_success = 1;  // what the property queries answer for a file they read
 };
 
 void check_rows(const DriverSuite& suite);
