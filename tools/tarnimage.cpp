@@ -38,7 +38,7 @@ const char kUsage[] =
     "      built-in one for codes up to 1000 (SUNRASTER, ERDAS, BIL, BIP, BSQ,\n"
     "      BMP, ...), and for a registered driver (codes above 1000) the\n"
     "      keyword it registered with (gif, SRP, ArcDRG, CADRG, CIB, JPG, NITF,\n"
-    "      TIFF6); null in JSON when the code has none.\n"
+    "      TIFF6, ERDAS Imagine); null in JSON when the code has none.\n"
     "  render DIR FILE [--clip X,Y,W,H] [--scale S] [--max-pixels N]\n"
     "         -o OUT.png|OUT.rgba|OUT.npy\n"
     "      Read the RGBA block of one image, over the clip rectangle (image\n"

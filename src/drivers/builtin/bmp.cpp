@@ -567,7 +567,7 @@ int extend_and_check_if_BMP(const std::string& stem, std::string& candidate) {
 // suffname does not know ".BMP", although it is a built-in suffix everywhere
 // else. Without a palette the pixels are true colour.
 extern const ImageDriver driver_BMP = {
-    .type = kBmpType, .keyword = "BMP",
+    .type = kBmpType, .keyword = "BMP", .description = "Windows bitmap",
     .flags = DRIVER_NAMED_BY_SUFFIX | DRIVER_SUFFIX_UNLISTED | DRIVER_TRUE_COLOUR_WITHOUT_MAP,
     .suffixes = {".bmp"}, .check = check_format_BMP, .extend_and_check = extend_and_check_if_BMP,
     .open = open_one_band<open_BMP>, .open_multi = open_three_bands<open_multi_BMP>,

@@ -689,7 +689,7 @@ int extend_and_check_if_ERDAS(const std::string& stem, std::string& candidate) {
 // A .gis or .lan that fails the content probe is not rejected: it goes on to
 // the later rows and tests.
 extern const ImageDriver driver_ERDAS = {
-    .type = kErdasType, .keyword = "ERDAS",
+    .type = kErdasType, .keyword = "ERDAS", .description = "ERDAS LAN and GIS",
     .flags = DRIVER_NAMED_BY_SUFFIX | DRIVER_SUFFIX_NEEDS_CONTENT, .suffixes = {".gis", ".lan"},
     .check = check_format_ERDAS, .extend_and_check = extend_and_check_if_ERDAS,
     .open = open_one_band<open_ERDAS>, .open_multi = open_three_bands<open_multi_ERDAS>,
