@@ -46,7 +46,6 @@ struct ADRGState {
     uint8_t* selected_plane[3];
     int32_t first_read;
     uint8_t blank[128];
-    long file_size;
 };
 
 struct Leader {
@@ -335,8 +334,20 @@ bool read_ADRG_data(ADRGState* s) {
 }
 
 bool init_get_row(ADRGState* s) {
+    // Planes hold the present tiles of one row, which the file must be able to hold.
+    long widest = 0;
+    for (int r = 0; r < s->tile_rows; ++r) {
+        long present = 0;
+        for (int t = 0; t < s->tile_cols; ++t)
+            if (s->tile_map[long(r) * s->tile_cols + t] != 0) ++present;
+        if (present > widest) widest = present;
+    }
+    const long here = tarn_ftell(s->file);
+    if (here < 0 || tarn_fseek(s->file, 0, SEEK_END) != 0) return false;
+    const long size = tarn_ftell(s->file);
+    if (tarn_fseek(s->file, here, SEEK_SET) != 0 || widest * ADRG_tile > size) return false;
     for (int p = 0; p < s->nselected; ++p) {
-        s->plane[p] = static_cast<uint8_t*>(malloc(size_t(s->tile_cols) * ADRG_1_tile));
+        s->plane[p] = static_cast<uint8_t*>(malloc(size_t(widest > 0 ? widest : 1) * ADRG_1_tile));
         if (!s->plane[p]) return false;
         s->selected_plane[p] = s->plane[p];
     }
