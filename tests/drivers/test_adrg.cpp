@@ -11,6 +11,7 @@
 #include <stdlib.h>
 #include <string.h>
 
+#include <algorithm>
 #include <fstream>
 #include <sstream>
 #include <string>
@@ -56,6 +57,53 @@ uint32_t fnv(const uint8_t* p, size_t n) {
     uint32_t h = 2166136261u;
     for (size_t i = 0; i < n; ++i) h = (h ^ p[i]) * 16777619u;
     return h;
+}
+
+// A record whose data start right behind a one-byte directory.
+std::string gen_record(const std::string& data) {
+    char leader[25];
+    snprintf(leader, sizeof leader, "%05d D     %05d   3403", int(25 + data.size()), 25);
+    return std::string(leader) + "\x1e" + data;
+}
+
+std::string at_least(std::string s, size_t n) {
+    s.resize(std::max(s.size(), n), ' ');
+    return s;
+}
+
+// Pixel of a hand-made tile: tile number, band, line.
+uint8_t tile_pixel(int tile, int band, int line) { return uint8_t(tile * 50 + band * 10 + line % 7); }
+
+// A 2 x 2 tile rectangle TESTAA01.IMG whose second tile is absent: the GEN's
+// GIN record at the fixed field positions, the image's tiles in its third field.
+void write_rectangle(const tarntest::TempDir& dir) {
+    std::string gin = "GIN01\x1e" "ADRGTESTAA01";
+    gin = at_least(gin, 128) + "05";
+    gin = at_least(gin, 136) + "00046067" + "00036000" + "+0100000.00" + "+450000.00";
+    gin = at_least(gin, 262) + "002002";
+    gin = at_least(gin, 297) + "Y";
+    gin = at_least(gin, 345) + "00001000000000200003\x1e";
+    const std::string gen = gen_record("GENERAL") + gen_record("DSS01\x1e" "010101010\x1e") + gen_record("OVV01\x1e") +
+                            gen_record(gin);
+    dir.write("TESTAA01.GEN", gen);
+    std::string img = gen_record("DDR");
+    img += "99999 D     00088   9903";
+    img += "001000000006000000000PAD000000010000000006SCN000147456000000016\x1e";
+    img += std::string(16, '.');
+    for (int tile = 1; tile <= 3; ++tile)
+        for (int band = 0; band < 3; ++band)
+            for (int line = 0; line < 128; ++line) img += std::string(128, char(tile_pixel(tile, band, line)));
+    dir.write("TESTAA01.IMG", img);
+}
+
+// Row y of band b as the rectangle's tiles make it.
+std::vector<uint8_t> rectangle_row(int y, int band) {
+    std::vector<uint8_t> row(256, 0);
+    const int left = y < 128 ? 1 : 2, right = y < 128 ? 0 : 3;
+    for (int x = 0; x < 128; ++x) row[size_t(x)] = tile_pixel(left, band, y % 128);
+    if (right)
+        for (int x = 128; x < 256; ++x) row[size_t(x)] = tile_pixel(right, band, y % 128);
+    return row;
 }
 
 std::string sample(const char* relative) { return tarntest::sample_path(std::string("adrg/") + relative); }
@@ -160,6 +208,35 @@ TEST_F(AdrgFiles, CompanionNamesAndForwardOnlyRows) {
     EXPECT_EQ(ADRG_getrow(4, row.data(), &h), 0) << "rows of the tile row in memory stay readable";
     EXPECT_EQ(ADRG_getrow(128, row.data(), &h), -1);
     EXPECT_EQ(ADRG_getrow(-1, row.data(), &h), -1);
+    ADRG_close(&h);
+}
+
+TEST_F(AdrgFiles, HandMadeRectangleAbsentTilesAreBlankAndRowsGoForwardOnly) {
+    write_rectangle(m_dir);
+    const std::string img = m_dir.file("TESTAA01.IMG");
+    UDFHeader h;
+    memset(&h, 0, sizeof h);
+    ASSERT_EQ(ADRG_open(img.c_str(), 0, 0, 0, 0, &h), 0);
+    ASSERT_EQ(std::vector<int>({h.rows, h.columns, h.nbands}), std::vector<int>({256, 256, 3}));
+    EXPECT_NEAR(h.origin_x, 10.0, 1e-12);
+    EXPECT_NEAR(h.origin_y, 45.0, 1e-12);
+    EXPECT_NEAR(h.pixel_x, 360.0 / 46067, 1e-15);
+    EXPECT_NEAR(h.pixel_y, 0.01, 1e-15);
+    std::vector<uint8_t> row(256 * 3);
+    for (int y : {0, 5, 127, 128, 200, 255}) {
+        ASSERT_EQ(ADRG_getrow(y, row.data(), &h), 0) << y;
+        for (int b = 0; b < 3; ++b)
+            EXPECT_EQ(std::vector<uint8_t>(row.begin() + b * 256, row.begin() + (b + 1) * 256), rectangle_row(y, b))
+                << "row " << y << " band " << b;
+    }
+    EXPECT_EQ(ADRG_getrow(127, row.data(), &h), -1) << "a tile row once passed is gone";
+    ADRG_close(&h);
+
+    // One band, and a first row in the second tile row: the first is skipped
+    // by its one present tile.
+    ASSERT_EQ(ADRG_open(img.c_str(), 3, 0, 0, 0, &h), 0);
+    ASSERT_EQ(ADRG_getrow(130, row.data(), &h), 0);
+    EXPECT_EQ(std::vector<uint8_t>(row.begin(), row.begin() + 256), rectangle_row(130, 2));
     ADRG_close(&h);
 }
 
