@@ -209,4 +209,60 @@ TEST(SrpDigest, GivesTheGeneralRecordsFields) {
     EXPECT_STREQ(GetDigestGenMetaData(&missing[0]), "ERROR");
 }
 
+// A copy of the 8-bit run sample under the given names, the GEN changed by edit.
+struct Product {
+    std::string gen = "FKUSRP01.GEN", qal = "FKUSRP01.QAL", img = "FKUSRP01.IMG";
+    std::string from, to;  // one replacement in the GEN's bytes
+};
+
+int open_copy(const tarntest::TempDir& dir, const Product& p, int* rows) {
+    const std::string base = tarntest::sample_path("srp/USRP_PCB8/");
+    std::vector<unsigned char> gen = tarntest::read_file(base + "FKUSRP01.GEN");
+    std::string text(gen.begin(), gen.end());
+    if (!p.from.empty()) {
+        const size_t at = text.find(p.from);
+        if (at == std::string::npos) return -99;
+        text.replace(at, p.from.size(), p.to);
+    }
+    dir.write(p.gen, text);
+    if (!p.qal.empty()) dir.copy_in(base + "FKUSRP01.QAL", p.qal);
+    const std::string img = dir.copy_in(base + "FKUSRP01.IMG", p.img);
+    UDFHeader h;
+    memset(&h, 0, sizeof h);
+    const int r = SRP_open(img.c_str(), 1, 0, 0, 0, &h);
+    *rows = h.rows;
+    if (r == 0) {
+        std::vector<uint8_t> row(size_t(h.columns));
+        if (SRP_getrow(h.rows - 1, row.data(), &h) != 0) *rows = -1;
+        SRP_close(&h);
+    }
+    return r;
+}
+
+TEST(SrpProducts, CompanionFilesAndGeneralFileChecks) {
+    if (!tarntest::samples_present()) GTEST_SKIP() << "no shared sample folder";
+    const struct {
+        const char* what;
+        Product product;
+        int result, rows;
+    } cases[] = {
+        {"the sample as it is", {}, 0, 128},
+        {"lower-case names", {"fkusrp01.gen", "fkusrp01.qal", "fkusrp01.img", "", ""}, 0, 128},
+        {"no quality file", {"FKUSRP01.GEN", "", "FKUSRP01.IMG", "", ""}, -1, 0},
+        {"tile width 64", {"FKUSRP01.GEN", "FKUSRP01.QAL", "FKUSRP01.IMG", "001001128128", "001001064128"}, -1, 0},
+        {"pixel value bits 2", {"FKUSRP01.GEN", "FKUSRP01.QAL", "FKUSRP01.IMG", "01088FKUSRP", "01082FKUSRP"}, -1, 0},
+        {"an image the GEN does not name",
+         {"FKUSRP01.GEN", "FKUSRP01.QAL", "FKUSRP01.IMG", "FKUSRP01.IMG", "FKUSRP09.IMG"}, -1, 0},
+        {"level other than 4", {"FKUSRP01.GEN", "FKUSRP01.QAL", "FKUSRP01.IMG", "FKUSRP\x1e" "4", "FKUSRP\x1e" "3"}, -1, 0},
+        {"a product letter in lower case", {"FKUSRP01.GEN", "FKUSRP01.QAL", "FKUSRP01.IMG", "USRP\x1f", "uSRP\x1f"}, 0, 128},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.what);
+        tarntest::TempDir dir;
+        int rows = 0;
+        EXPECT_EQ(open_copy(dir, c.product, &rows), c.result);
+        EXPECT_EQ(rows, c.rows);
+    }
+}
+
 }  // namespace
