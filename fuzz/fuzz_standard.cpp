@@ -15,7 +15,7 @@
 
 #include <string>
 
-#include "fuzz_support.h"
+#include "fuzz_image.h"
 #include <vector>
 
 #include "channel/buffers.h"
@@ -73,24 +73,6 @@ void three_bands(const char* path, int type) {
     multi_image_close(&image);
 }
 
-void channel(const char* path, int type) {
-    Image* image = static_cast<Image*>(calloc(1, sizeof(Image)));
-    if (!image) return;
-    if (open_image_channel(image, path, 'r', type, 0) != 1) {
-        image_close(image);
-        free(image);
-        return;
-    }
-    long width = static_cast<long>(image->win_cols) * (image->nbands > 0 ? image->nbands : 1);
-    uint32_t* row = static_cast<uint32_t*>(calloc(static_cast<size_t>(width), sizeof(uint32_t)));
-    if (row) {
-        for (int y = 0; y < image->rows; ++y)
-            if (get_image_row(image, y, row, static_cast<int>(width)) == -1) break;
-        free(row);
-    }
-    close_image_channel(image, 'r');
-}
-
 void objects(const char* path) {
     CIImageImpl* image = new CIImageImpl(CTarnUString(path));
     if (image->isValid() &&
@@ -143,7 +125,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
         single_band(path.c_str(), layout.type, 1, 1);
         single_band(path.c_str(), layout.type, 2, 0);
         three_bands(path.c_str(), layout.type);
-        channel(path.c_str(), layout.type);
+        tarnfuzz::channel(layout.type, path.c_str());
     }
     objects((stem + kLayouts[size % 3].suffix).c_str());
     for (const std::string& path : written) unlink(path.c_str());
