@@ -1,7 +1,7 @@
 // ERDAS LAN and GIS files, type code 3.
 //
 // Header, 128 bytes. "HEAD74" files are little-endian with integer sizes;
-// "HEADER" files (the older 4-bit LAN) are big-endian with real sizes.
+// "HEADER" files (the 4-bit LAN form) are big-endian with real sizes.
 //
 //   offset  size  field       use
 //   0       6     magic       "HEAD74" or "HEADER"; anything else is refused

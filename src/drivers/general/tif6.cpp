@@ -149,8 +149,8 @@ bool is_ccitt(uint16_t compression) {
            compression == COMPRESSION_CCITTFAX4 || compression == COMPRESSION_CCITTRLEW;
 }
 
-// Old-style JPEG, the 32895-32898 group, 32947 and JBIG are not read. 32946 is
-// Deflate under its older code, which libtiff decodes like 8.
+// Old-style JPEG, the 32895-32898 group, 32947 and JBIG are not read. 32946,
+// a second code for Deflate that real files carry, is read: libtiff decodes it like 8.
 bool refused_compression(uint16_t c) {
     return c == COMPRESSION_OJPEG || (c >= 32895 && c <= 32898) || c == 32947 || c == COMPRESSION_JBIG;
 }
