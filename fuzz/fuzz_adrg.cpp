@@ -16,7 +16,7 @@
 #include "channel/channel.h"
 #include "channel/identify.h"
 #include "drivers/military/adrg.h"
-#include "fuzz_support.h"
+#include "fuzz_image.h"
 #include <tarnimage/tarnimage.h>
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
@@ -35,21 +35,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
         std::string resolved(TARN_PATH_MAX, '\0');
         int type = -1;
         if (get_image_type_from_name(img_path.c_str(), &resolved[0], &type) == 1 && type > 1000) {
-            Image* image = static_cast<Image*>(calloc(1, sizeof(Image)));
-            if (image && open_image_channel(image, img_path.c_str(), 'r', type, 0) == 1) {
-                const long width = long(image->win_cols) * (image->nbands > 0 ? image->nbands : 1);
-                uint32_t* row = static_cast<uint32_t*>(calloc(size_t(width), sizeof(uint32_t)));
-                if (row) {
-                    for (int y = 0; y < image->rows; ++y)
-                        if (get_image_row(image, y, row, int(width)) == -1) break;
-                    free(row);
-                }
-                close_image_channel(image, 'r');
-            } else if (image) {
-                // A failed open leaves the record, and what the driver took, with us.
-                image_close(image);
-                free(image);
-            }
+            tarnfuzz::channel(type, img_path.c_str());
         }
         UDFHeader header;
         memset(&header, 0, sizeof header);
