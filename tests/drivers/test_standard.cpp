@@ -414,9 +414,9 @@ TEST(StandardWorld, WorldFileOverHeaderOverIdentity) {
     EXPECT_EQ(std::vector<double>(t, t + 6), std::vector<double>({1, 0, 0, -1, 0, 4}));
 }
 
-// The shared samples: the three layouts of one image render alike, as
-// GDAL's band values (the .stx beside the BIL stretches its display, so it
-// is left out here), and are placed as GDAL places them, in 32-bit floats.
+// The shared samples, in place: the three layouts of one image render alike,
+// as GDAL's band values (the .stx beside the BIL leaves bytes unstretched),
+// and are placed as GDAL places them, in 32-bit floats.
 TEST(StandardSamples, ThreeLayoutsRenderAsGdalReadsThem) {
     if (!tarntest::samples_present()) GTEST_SKIP() << "no shared sample folder";
     const tarntest::Pnm want = tarntest::read_pnm(tarntest::data_path("standard/gen_rgbsmall-gdal.ppm"));
@@ -429,6 +429,8 @@ TEST(StandardSamples, ThreeLayoutsRenderAsGdalReadsThem) {
         tarntest::TempDir dir;
         dir.copy_in(tarntest::sample_path(std::string("ehdr/") + stem + ".hdr"), std::string(stem) + ".hdr");
         dir.copy_in(tarntest::sample_path(std::string("ehdr/") + stem + suffix), std::string(stem) + suffix);
+        if (suffix == std::string(".bil"))
+            dir.copy_in(tarntest::sample_path("ehdr/gen_rgbsmall.stx"), "gen_rgbsmall.stx");
         IInternalImageManager* manager = getManager();
         ASSERT_TRUE(manager->connect(CTarnUString(dir.path().c_str()), CTarnUString((stem + suffix).c_str())));
         IInternalImage* image = manager->getImage(0);

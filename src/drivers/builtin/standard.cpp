@@ -1039,9 +1039,11 @@ int open_STANDARD(Image* image, const char* path, int band, int mode, int type) 
     if (depth_index(depth) < 0) return unsupported_depth(depth);
     const long long span = span_of(depth);
     map.gray_step = 0.0f;
+    // Statistics stretch deeper samples only: bytes are shown as stored, as
+    // every other reader of these files shows them.
     if (read_standard_statistics(path, h.stat_present, h.stat_min, h.stat_max, h.stat_mean,
                                  h.stat_stddev, h.stat_low, h.stat_high) > 0 &&
-        band_has_stats(h, band))
+        depth > 8 && band_has_stats(h, band))
         band_stretch(h, band, span, &map.gray_low, &map.gray_high, &map.gray_step);
     if (mode != 0) {
         if (depth == 1) {
@@ -1115,7 +1117,7 @@ int open_multi_STANDARD(Image* image, const char* path, int red, int green, int 
                                  h.stat_stddev, h.stat_low, h.stat_high) > 0) {
         for (int k = 0; k < 3; ++k) {
             if (bands[k] > image->nbands) return -1;
-            if (band_has_stats(h, bands[k]))
+            if (depth > 8 && band_has_stats(h, bands[k]))
                 band_stretch(h, bands[k], span, &map.band_low[k], &map.band_high[k],
                              &map.band_step[k]);
         }
