@@ -46,6 +46,10 @@ struct RegisteredDriver {
     RegisteredState* state;
     /* Rows hold every band of the file, whatever band was asked for. */
     bool all_bands_in_row = false;
+    /* The file's own georeference with its rotation terms, which the header's
+     * origin and pixel size cannot carry: 0 with all six terms (world-file
+     * order, first pixel's centre), -1 to use the header. Null: the header. */
+    int (*header_transform)(const char* name, double transform[6]) = nullptr;
 };
 
 /* Entry points of a driver whose reader is not written yet: exist declines,

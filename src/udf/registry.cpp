@@ -268,6 +268,13 @@ int registered_all_bands_in_row(int type) {
     return 0;
 }
 
+int registered_header_transform(int type, const char* name, double* transform) {
+    for (const RegisteredDriver* driver : kRegistered)
+        if (driver->header_transform && type > 0 && driver->state->type == static_cast<uint32_t>(type))
+            return driver->header_transform(name, transform);
+    return -1;
+}
+
 int UDF_LibCanExit(void) {
     for (const RegisteredDriver* driver : kRegistered) {
         if (!driver->asked_at_exit) continue;

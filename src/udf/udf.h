@@ -51,6 +51,8 @@ int get_UDF_depth(const char* name, int type, int* depth);
 int get_UDF_info(const char* name, int type, int* rows, int* columns, int* nbands, int* depth);
 /* Non-zero when the registered driver of this type delivers every band in one row. */
 int registered_all_bands_in_row(int type);
+/* A registered driver's full transform of the file, or -1 when it has none. */
+int registered_header_transform(int type, const char* name, double* transform);
 /* The registered driver's header as a transform: pixel x, minus pixel y, origin. */
 int read_UDF_header_trans(const char* name, int type, double* transform);
 

@@ -493,6 +493,7 @@ int get_UDF_info(const char* name, int type, int* rows, int* columns, int* nband
 
 int read_UDF_header_trans(const char* name, int type, double* transform) {
     if (query_header(name, type) < 0) return -1;
+    if (registered_header_transform(type, name, transform) == 0) return 0;
     transform[0] = UDF_header.pixel_x;
     transform[1] = 0.0;
     transform[2] = 0.0;

@@ -70,7 +70,9 @@ int GetFromModel(TIFF* tif, GTIF* gtif, double* t) {
     double* s = nullptr;
     const bool has_scale = counted_doubles(tif, kModelPixelScale, &scale_count, &s) && scale_count >= 2;
     if (counted_doubles(tif, kModelTransformation, &count, &m) && count >= 16) {
-        t[0] = m[0], t[1] = m[4], t[2] = m[2], t[3] = m[5], t[4] = m[3], t[5] = m[7];
+        // The x skew is the matrix's second term; its third is the z column,
+        // 0 in every 2-D file, which would drop the rotation.
+        t[0] = m[0], t[1] = m[4], t[2] = m[1], t[3] = m[5], t[4] = m[3], t[5] = m[7];
     } else if (counted_doubles(tif, kModelTiepoint, &count, &m) && count >= 6) {
         if (has_scale) {
             t[0] = s[0], t[1] = t[2] = 0, t[3] = -s[1];

@@ -739,6 +739,26 @@ void setorientation(UDF_TIFFImage* img) {
 
 }  // namespace
 
+static void file_transform(TIFF* tif, double t[6]) {
+    for (int i = 0; i < 6; ++i) t[i] = 0.0;
+    GTIF* gtif = GTIFNewEx(tif, quiet_geokeys, nullptr);
+    if (GetFromWorld(tif, gtif, t) < 0 && GetFromModel(tif, gtif, t) < 0) GetFromPosition(tif, gtif, t);
+    if (gtif) GTIFFree(gtif);
+}
+
+// Only a transform the header cannot carry (rotation, or y and x pixel sizes
+// that differ) is given; every other file is placed by its header as before.
+static int TIF6_header_transform(const char* name, double transform[6]) {
+    OpenTiff* t = open_tiff(name);
+    if (!t) return -1;
+    double m[6];
+    file_transform(t->tif, m);
+    close_tiff(t);
+    if (m[1] == 0.0 && m[2] == 0.0 && m[3] == -m[0]) return -1;
+    for (int i = 0; i < 6; ++i) transform[i] = m[i];
+    return 0;
+}
+
 int TIF6_exist(const char* name, char* out_path, FILE*) {
     if (!name) return 0;
     OpenTiff* t = open_tiff(name);
@@ -778,10 +798,8 @@ int TIF6_open(const char* name, int band, int red, int green, int blue, UDFHeade
         free_state(s);
         return -1;
     }
-    double t[6] = {0, 0, 0, 0, 0, 0};
-    GTIF* gtif = GTIFNewEx(tif, quiet_geokeys, nullptr);
-    if (GetFromWorld(tif, gtif, t) < 0 && GetFromModel(tif, gtif, t) < 0) GetFromPosition(tif, gtif, t);
-    if (gtif) GTIFFree(gtif);
+    double t[6];
+    file_transform(tif, t);
 
     switch (img.photometric) {
     case PHOTOMETRIC_MINISWHITE:
@@ -889,5 +907,5 @@ int TIF6_getrow(int row, void* out, UDFHeader* header) {
 extern const RegisteredDriver registered_TIF6 = {
     TIF6_exist, TIF6_open, TIF6_close, TIF6_getrow,
     "TIFF6", "tif", "TIFF (*.tif; *.tff; *.tiff)", "*.tif;*.tff;*.tiff",
-    START_COUNTED, true, nullptr, nullptr, &state_TIF6, false,
+    START_COUNTED, true, nullptr, nullptr, &state_TIF6, false, TIF6_header_transform,
 };
