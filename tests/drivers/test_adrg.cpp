@@ -30,9 +30,9 @@ struct Expected {
     std::vector<std::vector<uint32_t>> hashes;  // per row, one per band
 };
 
-Expected read_expected() {
+Expected read_expected(const char* name = "SMALL_ADRG.txt") {
     Expected e;
-    std::ifstream in(tarntest::data_path("adrg/SMALL_ADRG.txt"));
+    std::ifstream in(tarntest::data_path(std::string("adrg/") + name));
     std::string line;
     while (std::getline(in, line)) {
         std::istringstream f(line);
@@ -115,49 +115,58 @@ protected:
     ~AdrgFiles() override { m_manager->release(); }
 };
 
-TEST_F(AdrgFiles, SampleIsAdmittedByAdrgAndEqualsGdal) {
-    if (!tarntest::samples_present()) GTEST_SKIP() << "no shared sample folder";
-    const Expected e = read_expected();
-    ASSERT_EQ(e.hashes.size(), 128u);
-    const std::string path = sample("SMALL_ADRG/ABCDEF01.IMG");
-    std::vector<char> resolved(TARN_PATH_MAX);
-    int type = -1;
-    ASSERT_EQ(get_image_type_from_name(path.c_str(), resolved.data(), &type), 1);
-    char keyword[64] = {};
-    ASSERT_GT(II_GetUDFKeyword(uint32_t(type), keyword, sizeof keyword), 0);
-    EXPECT_STREQ(keyword, "ArcDRG");
-    Image* image = static_cast<Image*>(calloc(1, sizeof(Image)));
-    ASSERT_EQ(open_image_channel(image, path.c_str(), 'r', type, 0), 1);
-    EXPECT_EQ(std::vector<int>({image_rows(image), image_columns(image)}), std::vector<int>({e.rows, e.columns}));
-    const size_t width = size_t(e.columns);
-    std::vector<uint32_t> row(width * 3);
-    std::vector<uint8_t> bytes(width);
-    for (int y = 0; y < e.rows; ++y) {
-        if (get_image_row(image, y, row.data(), int(row.size())) != 1) {
-            ADD_FAILURE() << "row " << y << " failed";
-            break;
-        }
-        for (int b = 0; b < 3; ++b) {
-            for (size_t x = 0; x < width; ++x) bytes[x] = uint8_t(row[b * width + x]);
-            EXPECT_EQ(fnv(bytes.data(), width), e.hashes[size_t(y)][size_t(b)]) << "row " << y << " band " << b;
-        }
-    }
-    close_image_channel(image, 'r');
-}
+// GDAL's values and placing of: the shared sample, the second image of the
+// two-image sample (its GEN counts one GIN record), and two rectangles that
+// GDAL's own writer made.
+TEST_F(AdrgFiles, ImagesAreAdmittedByAdrgAndEqualGdal) {
+    const struct { std::string path; const char* expected; bool sample; } cases[] = {
+        {sample("SMALL_ADRG/ABCDEF01.IMG"), "SMALL_ADRG.txt", true},
+        {sample("subdataset/XXXXXX02.IMG"), "subdataset-02.txt", true},
+        {tarntest::unpacked_path("adrg/gdal-384x256/ABCDEF01.IMG"), "gdal-384x256.txt", false},
+        {tarntest::unpacked_path("adrg/gdal-128x128/ABCDEF01.IMG"), "gdal-128x128.txt", false},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.expected);
+        if (c.sample && !tarntest::samples_present()) continue;
+        const Expected e = read_expected(c.expected);
+        ASSERT_EQ(e.hashes.size(), size_t(e.rows));
+        std::vector<char> resolved(TARN_PATH_MAX);
+        int type = -1;
+        ASSERT_EQ(get_image_type_from_name(c.path.c_str(), resolved.data(), &type), 1);
+        char keyword[64] = {};
+        ASSERT_GT(II_GetUDFKeyword(uint32_t(type), keyword, sizeof keyword), 0);
+        EXPECT_STREQ(keyword, "ArcDRG");
 
-TEST_F(AdrgFiles, HeaderGeoreferenceIsGdals) {
-    if (!tarntest::samples_present()) GTEST_SKIP() << "no shared sample folder";
-    const Expected e = read_expected();
-    UDFHeader h;
-    memset(&h, 0, sizeof h);
-    ASSERT_EQ(ADRG_open(sample("SMALL_ADRG/ABCDEF01.IMG").c_str(), 0, 0, 0, 0, &h), 0);
-    EXPECT_EQ(std::vector<int>({h.rows, h.columns, h.nbands, h.depth}), std::vector<int>({128, 128, 3, 8}));
-    EXPECT_NEAR(h.origin_x, e.origin_x, 1e-12);
-    EXPECT_NEAR(h.origin_y, e.origin_y, 1e-12);
-    EXPECT_NEAR(h.pixel_x, e.pixel_x, 1e-12);
-    EXPECT_NEAR(h.pixel_y, e.pixel_y, 1e-12);
-    ADRG_close(&h);
-    EXPECT_EQ(h.priv, nullptr);
+        UDFHeader h;
+        memset(&h, 0, sizeof h);
+        ASSERT_EQ(ADRG_open(c.path.c_str(), 0, 0, 0, 0, &h), 0);
+        EXPECT_EQ(std::vector<int>({h.rows, h.columns, h.nbands, h.depth}),
+                  std::vector<int>({e.rows, e.columns, 3, 8}));
+        EXPECT_NEAR(h.origin_x, e.origin_x, 1e-12);
+        EXPECT_NEAR(h.origin_y, e.origin_y, 1e-12);
+        EXPECT_NEAR(h.pixel_x, e.pixel_x, 1e-12);
+        EXPECT_NEAR(h.pixel_y, e.pixel_y, 1e-12);
+        ADRG_close(&h);
+        EXPECT_EQ(h.priv, nullptr);
+
+        Image* image = static_cast<Image*>(calloc(1, sizeof(Image)));
+        ASSERT_EQ(open_image_channel(image, c.path.c_str(), 'r', type, 0), 1);
+        EXPECT_EQ(std::vector<int>({image_rows(image), image_columns(image)}), std::vector<int>({e.rows, e.columns}));
+        const size_t width = size_t(e.columns);
+        std::vector<uint32_t> row(width * 3);
+        std::vector<uint8_t> bytes(width);
+        for (int y = 0; y < e.rows; ++y) {
+            if (get_image_row(image, y, row.data(), int(row.size())) != 1) {
+                ADD_FAILURE() << "row " << y << " failed";
+                break;
+            }
+            for (int b = 0; b < 3; ++b) {
+                for (size_t x = 0; x < width; ++x) bytes[x] = uint8_t(row[b * width + x]);
+                EXPECT_EQ(fnv(bytes.data(), width), e.hashes[size_t(y)][size_t(b)]) << "row " << y << " band " << b;
+            }
+        }
+        close_image_channel(image, 'r');
+    }
 }
 
 TEST_F(AdrgFiles, PolarZoneHasSquarePixelsOfTheEarthOverBrv) {

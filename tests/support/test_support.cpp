@@ -15,6 +15,10 @@ std::string data_path(const std::string& relative) {
     return std::string(TARN_TEST_DATA_DIR) + "/" + relative;
 }
 
+std::string unpacked_path(const std::string& relative) {
+    return std::string(TARN_TEST_UNPACKED_DIR) + "/" + relative;
+}
+
 bool samples_present() {
     std::error_code ec;
     return fs::is_directory(TARN_SAMPLES_DIR, ec);

@@ -10,6 +10,8 @@ namespace tarntest {
 
 /* Path of a committed fixture under tests/data, or of a shared sample (empty without the folder). */
 std::string data_path(const std::string& relative);
+/* Path inside a packed fixture (tests/data/X/Y.tgz unpacks to "X/Y/"). */
+std::string unpacked_path(const std::string& relative);
 std::string sample_path(const std::string& relative);
 bool samples_present();
 

@@ -1,7 +1,7 @@
 // ADRG products as a registered driver: .img, .ovr and legend files.
 //
 // Files of a distribution rectangle (ISO 8211, read at fixed field positions):
-//   NAME01.GEN  record 2 (DSS): count of GIN records at data offset 10; record 3
+//   NAME01.GEN  record 2 (DSS): count of GIN records at data offset 10 (often short); record 3
 //               is the overview's; then one GIN record per image: name at data
 //               offset 10, zone, ARV, BRV, origin (DMS text), tile rows and
 //               columns, tile map flag, then 5-digit tile map entries (0: absent)
@@ -253,7 +253,9 @@ bool read_ADRG_img_info(const char* name, const std::string& gen_path, ADRGState
                 strcmp_no_case((std::string(text) + ".OVR").c_str(), wanted.c_str()) == 0)
                 ok = read_geo_fields(fp, s, false, 25);
         } else if (ADRG_skip_record(fp)) {
-            for (long i = 0; i < count && !ok; ++i) {
+            // Real products undercount their GIN records (a two-image GEN says 1),
+            // so every record to the end of the file is asked; names decide.
+            for (;;) {
                 if (!ADRG_skip_leader_and_directory(fp, &remaining) || remaining < 18 ||
                     ADRG_skip_and_read_string(fp, 10, 8, text) < 0)
                     break;
