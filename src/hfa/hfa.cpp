@@ -418,7 +418,7 @@ bool whole(double v, double lo, double hi) { return v >= lo && v <= hi && v == f
 
 bool read_layer_info(File& f, Layer& layer) {
     EntryFields e(f, layer.entry);
-    double w, h, type, bw, bh;
+    double w = 0, h = 0, type = 0, bw = 0, bh = 0;
     if (!e.number(f, "width", &w) || !e.number(f, "height", &h) || !e.number(f, "pixelType", &type) ||
         !e.number(f, "blockWidth", &bw) || !e.number(f, "blockHeight", &bh))
         return false;
