@@ -1,15 +1,16 @@
 #!/usr/bin/env python3
-"""Times GDAL reading the same window of the same pixels as bench_getdata, and
-prints both figures with their ratio.
+"""Times GDAL on the pixels bench_getdata read, and prints one table of both.
 
-usage: gdal_compare.py DIR BENCH_JSON
+usage: gdal_compare.py DIR BENCH_JSON [PEAK_LINE...]
 
-DIR holds the EHdr copies that bench_getdata --keep DIR wrote; BENCH_JSON is its
---benchmark_out file. GDAL reads raw band values (one byte per band) with
-nearest resampling into a buffer of the output size, with a 1 MB block cache
-and a fresh open per read; our figure includes colour assignment and 4-byte
-RGBA packing. GDAL is only a yardstick here: it is not part of the build or
-tests.
+DIR holds the files that bench_getdata --keep DIR wrote; BENCH_JSON is its
+--benchmark_out file. For every case GDAL reads the same window of the same
+pixels with nearest resampling into a buffer of the output size: the raw band
+values (one byte or two per band), and for the paletted image also RGBA, its
+colour-table expansion. Each read opens the file afresh with a 1 MB block
+cache, as getData opens its file; the page cache serves both. Our figures
+include colour assignment and 4-byte RGBA packing. GDAL is a yardstick here,
+not part of the build or the tests.
 """
 import json
 import sys
@@ -18,42 +19,113 @@ import time
 from osgeo import gdal
 
 SIZE = 4096
+LARGE = 8192
+
+# Our case -> the file GDAL reads for the same pixels (it has no Sun raster
+# reader: the BIL copies hold the same samples and colours).
+GDAL_FILE = {
+    "sun-palette8": "gdal-palette8.bil",
+    "sun-rgb24": "rgb8.bil",
+    "bil-rgb8": "rgb8.bil",
+    "bil-gray16-stretch": "gray16.bil",
+    "tiff-lzw-strips": "lzw-strips.tif",
+    "tiff-deflate-strips": "deflate-strips.tif",
+    "tiff-lzw-tiles": "lzw-tiles.tif",
+    "tiff-deflate-tiles": "deflate-tiles.tif",
+}
 
 
-def gdal_rate(path, scale, repeats=5):
-    # Each read opens the file afresh, as getData does, so GDAL's block cache
-    # carries nothing from one read to the next; the OS page cache serves both.
-    out = int(SIZE / scale)
+def best_of(read, repeats=3):
     best = None
     for _ in range(repeats):
         start = time.perf_counter()
-        ds = gdal.Open(path)
-        ds.ReadRaster(0, 0, SIZE, SIZE, out, out, resample_alg=gdal.GRIORA_NearestNeighbour)
-        ds = None
+        read()
         elapsed = time.perf_counter() - start
         best = elapsed if best is None else min(best, elapsed)
-    return out * out / best / 1e6
+    return best
+
+
+def window_read(path, x, y, w, h, out_w, out_h, rgba):
+    def read():
+        ds = gdal.Open(path)
+        if rgba:
+            ds = gdal.Translate("", ds, format="VRT", rgbExpand="rgba")
+        ds.ReadRaster(x, y, w, h, out_w, out_h, resample_alg=gdal.GRIORA_NearestNeighbour)
+        ds = None
+    return read
+
+
+def rate(path, scale, clip, rgba):
+    if clip:
+        x = y = (SIZE - clip) // 2
+        w = h = clip
+    else:
+        x = y = 0
+        w = h = SIZE
+    out = int(w / scale)
+    return out * out / best_of(window_read(path, x, y, w, h, out, out, rgba)) / 1e6
+
+
+def tiles_rate(directory, rgba):
+    requests = [tuple(map(int, line.split())) for line in open(f"{directory}/tiles.txt")]
+    path = f"{directory}/gdal-palette8-8192.bil"
+
+    def read():
+        ds = gdal.Open(path)
+        if rgba:
+            ds = gdal.Translate("", ds, format="VRT", rgbExpand="rgba")
+        for x, y, s in requests:
+            ds.ReadRaster(x, y, 256 * s, 256 * s, 256, 256, resample_alg=gdal.GRIORA_NearestNeighbour)
+        ds = None
+    return len(requests) / best_of(read, repeats=1)
 
 
 def main():
-    if len(sys.argv) != 3:
+    if len(sys.argv) < 3:
         sys.exit(__doc__)
     directory, bench_json = sys.argv[1], sys.argv[2]
     gdal.SetCacheMax(1024 * 1024)
     ours = {}
     with open(bench_json) as f:
         for b in json.load(f)["benchmarks"]:
-            ours[b["name"]] = b.get("out_MP/s", 0.0) / 1e0
-    print(f"{'window (4096x4096 source)':34} {'tarnimage MP/s':>15} {'GDAL MP/s':>10} {'ratio':>6}")
-    for ras, ehdr in (("palette8.ras", "gdal-gray8.bil"), ("rgb24.ras", "gdal-rgb24.bil")):
-        for scale in (1, 2, 8):
-            name = f"getData/{ras}/scale{scale}"
+            ours[b["name"]] = b.get("out_MP/s", b.get("tiles/s", 0.0))
+
+    print(f"{'read (megapixels of output per second)':42} {'tarnimage':>10} {'GDAL raw':>9} "
+          f"{'GDAL RGBA':>10} {'ours/raw':>9}")
+    for case, gdal_file in GDAL_FILE.items():
+        path = f"{directory}/{gdal_file}"
+        paletted = case == "sun-palette8"
+        for kind, scale, clip in (("getData", 1, 0), ("getData", 2, 0), ("getData", 8, 0), ("clip512", 1, 512)):
+            name = f"{kind}/{case}/scale{scale}"
             mine = ours.get(name)
-            theirs = gdal_rate(f"{directory}/{ehdr}", scale)
-            if mine is None:
-                print(f"{name:34} {'-':>15} {theirs:10.1f} {'-':>6}")
-            else:
-                print(f"{name:34} {mine:15.1f} {theirs:10.1f} {mine / theirs:6.2f}")
+            raw = rate(path, scale, clip, False)
+            expanded = rate(path, scale, clip, True) if paletted else None
+            mine_text = f"{mine:10.1f}" if mine else f"{'-':>10}"
+            expanded_text = f"{expanded:10.1f}" if expanded else f"{'':>10}"
+            ratio = f"{mine / raw:9.2f}" if mine else f"{'-':>9}"
+            print(f"{name:42} {mine_text} {raw:9.1f} {expanded_text} {ratio}")
+
+    print()
+    print(f"{'tile workload (tiles per second)':42} {'tarnimage':>10} {'GDAL raw':>9} {'GDAL RGBA':>10} {'ours/raw':>9}")
+    mine = ours.get("tiles/sun-palette8-8192")
+    raw, expanded = tiles_rate(directory, False), tiles_rate(directory, True)
+    mine_text = f"{mine:10.1f}" if mine else f"{'-':>10}"
+    ratio = f"{mine / raw:9.2f}" if mine else f"{'-':>9}"
+    print(f"{'2000 x 256x256, scales 1-16, 8192x8192':42} {mine_text} {raw:9.1f} {expanded:10.1f} {ratio}")
+
+    print()
+    print(f"{'TIFF, whole image at scale 1 (MP/s)':42} {'tarnimage':>10} {'libtiff':>9} {'time vs libtiff':>16}")
+    for case in GDAL_FILE:
+        if not case.startswith("tiff"):
+            continue
+        mine = ours.get(f"getData/{case}/scale1")
+        floor = ours.get(f"libtiff/{case}")
+        if mine and floor:
+            print(f"{case:42} {mine:10.1f} {floor:9.1f} {floor / mine:16.2f}")
+
+    for line in sys.argv[3:]:
+        print()
+        print(line)
 
 
 if __name__ == "__main__":

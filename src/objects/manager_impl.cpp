@@ -5,6 +5,7 @@
 #include <stdlib.h>
 
 #include "objects/image_impl.h"
+#include "platform/blocks.h"
 #include "platform/dir_browser.h"
 #include "udf/udf.h"
 
@@ -21,7 +22,10 @@ CIntegratorManagerImpl::CIntegratorManagerImpl() {
 CIntegratorManagerImpl::~CIntegratorManagerImpl() {
     clearCollection();
     std::lock_guard<std::mutex> guard(m_InitMutex);
-    if (--m_managers == 0) UDF_LibExit();
+    if (--m_managers == 0) {
+        UDF_LibExit();
+        tarn_block_trim();
+    }
 }
 
 int32_t CIntegratorManagerImpl::liveManagers() {

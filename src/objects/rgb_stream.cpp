@@ -2,15 +2,19 @@
 // from clip and scale to RGBA block, is the pipeline's; one getData opens it,
 // takes every row, and closes it again under the class's lock.
 
+#include <string.h>
+
+#include <algorithm>
 #include <mutex>
 #include <new>
 #include <stdlib.h>
 
 #include "objects/colormap_impl.h"
 #include "objects/image_impl.h"
+#include "platform/blocks.h"
 #include "platform/report.h"
 
-static void free_block(void* block) { free(block); }
+static void free_block(void* block) { tarn_block_give(block); }
 
 namespace {
 
@@ -49,9 +53,10 @@ DirectMemoryHolder* CIImageImpl::getData(long* x, long* y, long* width, long* he
         }
         size_t bytes = static_cast<size_t>(m_pipeline.display.result_width) * 4 *
                        static_cast<size_t>(m_pipeline.result_height);
-        // Zeroed, so rows after a failed one are black and transparent rather
-        // than whatever the allocator left.
-        block = bytes ? calloc(bytes, 1) : nullptr;
+        // Rows after a failed one are black and transparent, never what a
+        // reused block held: what the rows did not write is cleared below.
+        bool zeroed = true;
+        block = bytes ? tarn_block_take(bytes, &zeroed) : nullptr;
         if (!block) {
             resetRGBStreamClose();
             if (bytes)
@@ -63,6 +68,10 @@ DirectMemoryHolder* CIImageImpl::getData(long* x, long* y, long* width, long* he
         }
         while (m_pipeline.stream_state == 1 && m_pipeline.out_row < m_pipeline.image.out_rows)
             getRGBStreamRow(block);
+        if (!zeroed) {
+            const size_t written = std::min(bytes, m_pipeline.bytes_written);
+            memset(static_cast<uint8_t*>(block) + written, 0, bytes - written);
+        }
         if (m_pipeline.stream_state == 2) {
             // The block and the results stay as they are; only the host that
             // listens learns how much of it is blank for want of rows.
@@ -81,7 +90,7 @@ DirectMemoryHolder* CIImageImpl::getData(long* x, long* y, long* width, long* he
     m_hasMore = 0;
     DirectMemoryHolder* holder =
         new (std::nothrow) DirectMemoryHolder(block, result_width * 4 * result_height, free_block);
-    if (!holder) free(block);
+    if (!holder) tarn_block_give(block);
     return holder;
 }
 

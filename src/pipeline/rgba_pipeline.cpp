@@ -125,6 +125,7 @@ int rgba_open(RgbaPipeline* p, const RgbaSource& source) {
     p->context = source.context;
     p->scale = source.scale;
     p->rows_done = 0;
+    p->bytes_written = 0;
     const double scale = source.scale;
     DisplayState* screen = &p->display;
     try {
@@ -306,6 +307,7 @@ void rgba_row(RgbaPipeline* p, void* block) {
         }
         ++p->out_row;
         p->rows_done = p->out_row;
+        p->bytes_written = static_cast<size_t>(w) * 4 * static_cast<size_t>(p->out_row);
         long double next = static_cast<long double>(image->first_row) +
                            static_cast<long double>(image->row_origin) +
                            static_cast<long double>(p->out_row) * static_cast<long double>(p->scale) +

@@ -64,6 +64,8 @@ struct RgbaPipeline {
     void* context;
     /* Output rows the read wrote; below image.out_rows after a failed row. */
     int32_t rows_done;
+    /* Bytes from the block's start that rows have written. */
+    size_t bytes_written;
     /* One pass for the common case, chosen at open: 8-bit samples through a
      * colour table, no lookup, index or dither step; `palette` holds the
      * finished RGBA word of every sample value. */

@@ -68,3 +68,42 @@ TEST(ImageObject, InternalReferencesKeepTheObjectAliveAndCloneCopiesValidity) {
 }
 
 }  // namespace
+
+namespace {
+
+// Large blocks are reused once the host gives them back: a read whose rows
+// fail part-way must still leave those rows black and transparent, never the
+// pixels of the read before. 1024 x 1024 pixels make a block of 4 MiB.
+TEST(ImageObject, AReusedBlockShowsNothingOfTheReadBefore) {
+    tarntest::TempDir dir;
+    const int side = 1024;
+    std::vector<unsigned char> data(size_t(side) * side, 7), map(768, 200);
+    const auto whole = tarntest::sun_raster(side, side, 8, 1, data, 1, map);
+    auto cut = whole;
+    cut.resize(32 + 768 + size_t(side) * 100);  // 100 rows of 1024
+    dir.write("whole.ras", whole);
+    dir.write("cut.ras", cut);
+    for (int round = 0; round < 2; ++round) {
+        for (const char* name : {"whole.ras", "cut.ras"}) {
+            SCOPED_TRACE(name);
+            CIImageImpl image{CTarnUString(dir.file(name).c_str())};
+            ASSERT_EQ(image.isValid(), 1);
+            long x, y, w, h;
+            DirectMemoryHolder* block = image.getData(&x, &y, &w, &h);
+            ASSERT_NE(block, nullptr);
+            ASSERT_EQ(std::vector<long>({w, h}), std::vector<long>({side, side}));
+            const uint32_t* p = static_cast<const uint32_t*>(block->data());
+            const int good_rows = std::string(name) == "whole.ras" ? side : 100;
+            size_t coloured = 0, blank = 0;
+            for (size_t i = 0; i < size_t(side) * side; ++i) {
+                if (p[i] == 0) ++blank;
+                else if (p[i] == 0xFFC8C8C8u) ++coloured;
+            }
+            EXPECT_EQ(coloured, size_t(good_rows) * side);
+            EXPECT_EQ(blank, size_t(side - good_rows) * side);
+            block->release();
+        }
+    }
+}
+
+}  // namespace
