@@ -43,11 +43,34 @@ constexpr int32_t kScreenColours = 0x1000000;
 // a row; for 8-bit samples through a colour table with nothing in between,
 // one table of finished words does all three in one pass, byte for byte the
 // same.
+void choose_one_pass_planes(RgbaPipeline* p) {
+    Image* image = &p->image;
+    if (image->resample == Resample8BitMultibuf) p->planes_of_words = false;
+    else if (image->resample == Resample32BitMultibuf) p->planes_of_words = true;
+    else return;
+    if (image->lookup != LookupNoOp || image->index != IndexNoOp || !image->dither_on ||
+        image->dither != multicolordither_to_888_bits)
+        return;
+    if (!image->col_map || image->win_cols < 1 || image->out_last_x - image->out_x + 1 != image->out_cols) return;
+    const Colormap& map = image->colormap;
+    const uint8_t* arrays[3] = {map.red, map.green, map.blue};
+    for (int k = 0; k < 3; ++k)
+        for (uint32_t v = 0; v < 256; ++v)
+            p->plane_words[k][v] = colormap_entry(arrays[k], map.ncolors, v) << (8 * k) | (k == 0 ? 0xFF000000u : 0u);
+    p->one_pass_planes = true;
+}
+
 void choose_one_pass(RgbaPipeline* p) {
     Image* image = &p->image;
     p->one_pass_8bit = false;
+    p->one_pass_planes = false;
     const int32_t colours = image->colormap.ncolors;
-    if (p->multi || p->map_path || image->depth > 8 || image->row_resampled) return;
+    if (p->map_path || image->row_resampled) return;
+    if (p->multi) {
+        choose_one_pass_planes(p);
+        return;
+    }
+    if (image->depth > 8) return;
     if (image->lookup != LookupNoOp || image->index != IndexNoOp ||
         image->resample != Resample8BitBuf || (image->dither_on && image->dither))
         return;
@@ -69,6 +92,45 @@ void one_pass_row(const RgbaPipeline* p, uint8_t* target) {
         uint32_t column = static_cast<uint32_t>(map[i]);
         out[i] = p->palette[row[column <= limit ? column : limit]];
     }
+}
+
+// A plane's word for a sample: from the table, or for a wide sample past it,
+// from the colour array as the general path reads it.
+template <typename T>
+inline uint32_t plane_word(const RgbaPipeline* p, int k, const uint8_t* array, T value) {
+    if (sizeof(T) == 1 || value < 256) return p->plane_words[k][value];
+    return colormap_entry(array, p->image.colormap.ncolors, value) << (8 * k) | (k == 0 ? 0xFF000000u : 0u);
+}
+
+template <typename T>
+void one_pass_planes_row(const RgbaPipeline* p, const T* const planes[3], uint8_t* target) {
+    const Image* image = &p->image;
+    const Colormap& colours = image->colormap;
+    const int32_t* map = image->col_map;
+    const uint32_t limit = static_cast<uint32_t>(image->win_cols - 1);
+    const int count = image->out_cols;
+    uint32_t* out = reinterpret_cast<uint32_t*>(target);
+    for (int i = 0; i < count; ++i) {
+        uint32_t column = static_cast<uint32_t>(map[i]);
+        if (column > limit) column = limit;
+        out[i] = plane_word(p, 0, colours.red, planes[0][column]) | plane_word(p, 1, colours.green, planes[1][column]) |
+                 plane_word(p, 2, colours.blue, planes[2][column]);
+    }
+}
+
+// False when the rows are not there, and the general path must run.
+bool one_pass_planes(const RgbaPipeline* p, uint8_t* target) {
+    const Image* image = &p->image;
+    if (p->planes_of_words) {
+        const uint32_t* const planes[3] = {image->mrow32[0], image->mrow32[1], image->mrow32[2]};
+        if (!planes[0] || !planes[1] || !planes[2]) return false;
+        one_pass_planes_row(p, planes, target);
+    } else {
+        const uint8_t* const planes[3] = {image->mrow8[0], image->mrow8[1], image->mrow8[2]};
+        if (!planes[0] || !planes[1] || !planes[2]) return false;
+        one_pass_planes_row(p, planes, target);
+    }
+    return true;
 }
 
 }  // namespace
@@ -282,6 +344,7 @@ void rgba_row(RgbaPipeline* p, void* block) {
             if (!image->get_row || image->get_row(image, p->last_row) == -1) throw OpenFailed();
             if (p->one_pass_8bit && image->row8) {
                 one_pass_row(p, target);
+            } else if (p->one_pass_planes && one_pass_planes(p, target)) {
             } else if (p->map_path) {
                 if (p->lookup) p->lookup(p->context, image);
                 memcpy(target, image->grow2, static_cast<size_t>(w) * 4);
@@ -293,7 +356,7 @@ void rgba_row(RgbaPipeline* p, void* block) {
                 else clr_remap_buf(image, image->grow, image->grow2, image->out_cols);
                 copyRGBAtoBGRA(image->grow2, target, w * 4);
             }
-        } else if (p->one_pass_8bit && p->out_row > 0) {
+        } else if ((p->one_pass_8bit || p->one_pass_planes) && p->out_row > 0) {
             // The row before was made from the same image row.
             memcpy(target, target - static_cast<size_t>(w) * 4, static_cast<size_t>(w) * 4);
         } else if (p->map_path) {

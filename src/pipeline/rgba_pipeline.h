@@ -71,6 +71,11 @@ struct RgbaPipeline {
      * finished RGBA word of every sample value. */
     bool one_pass_8bit;
     uint32_t palette[256];
+    /* The same for three 8-bit planes through the colour arrays: each table
+     * holds a plane's finished byte at its place in the word. */
+    bool one_pass_planes;
+    bool planes_of_words;  /* 32-bit samples in mrow32, else bytes in mrow8 */
+    uint32_t plane_words[3][256];
 };
 
 /* A fresh, closed pipeline; rgba_release gives back what it holds. */
