@@ -325,6 +325,8 @@ int peak(const std::string& dir, const char* file) {
 
 int main(int argc, char** argv) {
     if (argc == 4 && std::strcmp(argv[1], "--peak") == 0) return peak(argv[2], argv[3]);
+    // A map host holds its manager for its whole life; so does this run.
+    IInternalImageManager* host = getManager();
     std::string keep;
     std::vector<char*> rest = {argv[0]};
     for (int i = 1; i < argc; ++i) {
@@ -358,5 +360,6 @@ int main(int argc, char** argv) {
     benchmark::RunSpecifiedBenchmarks();
     benchmark::Shutdown();
     if (keep.empty()) fs::remove_all(g_dir);
+    host->release();
     return 0;
 }
