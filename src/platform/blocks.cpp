@@ -38,20 +38,20 @@ struct Kept {
 BlockHead*& g_kept = g_kept_slot.head;
 
 BlockHead* map_block(size_t bytes) {
-    const size_t wanted = bytes + sizeof(BlockHead);
-    // Over-map by one huge page so the block can start on a huge-page boundary.
-    const size_t length = (wanted + kHugePage - 1) / kHugePage * kHugePage + kHugePage;
+    // The block itself starts on a huge-page boundary, its head just before it
+    // on an ordinary page: a 64 MiB block then costs 32 huge pages, not 33.
+    const size_t length = (bytes + sizeof(BlockHead) + kHugePage - 1) / kHugePage * kHugePage + kHugePage;
     void* base = mmap(nullptr, length, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
     if (base == MAP_FAILED) return nullptr;
     const uintptr_t start = uintptr_t(base);
-    const uintptr_t aligned = (start + kHugePage - 1) / kHugePage * kHugePage;
+    const uintptr_t data = (start + sizeof(BlockHead) + kHugePage - 1) / kHugePage * kHugePage;
 #ifdef MADV_HUGEPAGE
-    madvise(reinterpret_cast<void*>(aligned), length - (aligned - start), MADV_HUGEPAGE);
+    madvise(reinterpret_cast<void*>(data), length - (data - start), MADV_HUGEPAGE);
 #endif
-    BlockHead* head = reinterpret_cast<BlockHead*>(aligned);
+    BlockHead* head = reinterpret_cast<BlockHead*>(data) - 1;
     head->base = base;
     head->mapped = length;
-    head->capacity = length - (aligned - start) - sizeof(BlockHead);
+    head->capacity = length - (data - start);
     return head;
 }
 
