@@ -46,6 +46,8 @@ struct RegisteredDriver {
     RegisteredState* state;
     /* Rows hold every band of the file, whatever band was asked for. */
     bool all_bands_in_row = false;
+    /* Called when the driver is unregistered, to drop what it keeps for the process. */
+    void (*at_exit)(void) = nullptr;
 };
 
 /* Entry points of a driver whose reader is not written yet: exist declines,
