@@ -158,12 +158,8 @@ int identified(const std::string& path) {
     return type;
 }
 
-int nitf_type() {
-    char keyword[16];
-    for (int type = 1001; type < 1100; ++type)
-        if (II_GetUDFKeyword(uint32_t(type), keyword, sizeof keyword) > 0 && strcmp(keyword, "NITF") == 0) return type;
-    return -1;
-}
+// The driver's code in this process: codes grow as managers come and go.
+int nitf_type() { return identified(tarntest::data_path("nitf/nc-grey-single-block-29x13.ntf")); }
 
 class NitfFiles : public ::testing::Test {
 protected:

@@ -71,6 +71,7 @@ void jpeg_file_source(j_decompress_ptr cinfo, JPEGFileSource* src, FILE* file) {
     src->pub.resync_to_restart = jpeg_resync_to_restart;
     src->pub.term_source = term_source;
     cinfo->src = &src->pub;
+    cinfo->mem->max_memory_to_use = JPEG_MEMORY_LIMIT;
 }
 
 int jpeg_source_seek(JPEGFileSource* src, long offset, long limit) {

@@ -25,6 +25,10 @@ jpeg_error_mgr* jpeg_silent_errors(JPEGErrorManager* err);
 
 enum { JPEG_SOURCE_BUFFER = 4096 };
 
+/* libjpeg's whole-image buffers (progressive files) may take this much; a
+ * frame that would need more fails instead of allocating it. */
+#define JPEG_MEMORY_LIMIT (256L << 20)
+
 /* Reads the stream from a file of the file layer, from where it stands. */
 struct JPEGFileSource {
     jpeg_source_mgr pub;

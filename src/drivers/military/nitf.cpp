@@ -118,6 +118,9 @@ bool plausible(NITFState* s) {
     if (h.NPPBH < 1 || h.NPPBV < 1) return false;
     if (static_cast<long long>(h.NBPR) * h.NPPBH < h.NCOLS || static_cast<long long>(h.NBPC) * h.NPPBV < h.NROWS)
         return false;
+    // Even masked and JPEG images need some data for their pixels; a header
+    // that claims far more pixels than the file could hold is refused.
+    if (static_cast<long long>(h.NROWS) * h.NCOLS > static_cast<long long>(s->file.FL) * 1024) return false;
     s->data_start = static_cast<long>(CalcFileOffset(NITF_IMAGE_SEGMENT, 0, &s->file)) + s->file.LISH[0];
     s->data_end = s->data_start + s->file.LI[0];
     if (ic_is(h, "NC") && h.NBPP >= 1 && h.NBPP <= 16) {

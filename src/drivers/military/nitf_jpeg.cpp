@@ -352,6 +352,7 @@ int decode_blocked(NITFFile* file, NITFImageSubHeader* sub, const int* select, i
                    NITFDecodedImage* image) {
     const size_t row_bytes = size_t(image->width) * size_t(image->planes);
     const size_t total = row_bytes * size_t(image->rows);
+    if (total > (size_t(1) << 31)) return -1;
     BlockedDecode d{file, sub, select, nselected, image, {}};
     if (total <= g_memory_limit) {
         image->memory.assign(total, 0);
