@@ -46,6 +46,8 @@ struct RegisteredDriver {
     RegisteredState* state;
     /* Rows hold every band of the file, whatever band was asked for. */
     bool all_bands_in_row = false;
+    /* Called when the driver is unregistered, to drop what it keeps for the process. */
+    void (*at_exit)(void) = nullptr;
     /* The file's own georeference with its rotation terms, which the header's
      * origin and pixel size cannot carry: 0 with all six terms (world-file
      * order, first pixel's centre), -1 to use the header. Null: the header. */

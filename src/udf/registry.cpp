@@ -235,10 +235,12 @@ void stop_registered_driver(const RegisteredDriver& driver) {
         if (--state.starts != 0) return;
         II_UnregisterUDF(state.type);
         state.type = 0;
+        if (driver.at_exit) driver.at_exit();
         break;
     case START_UNGUARDED:
         II_UnregisterUDF(state.type);
         state.type = 0;
+        if (driver.at_exit) driver.at_exit();
         break;
     case START_TOOLKIT_GATED:
         // Code 0, when the driver never registered, leaves the table alone.

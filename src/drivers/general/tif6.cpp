@@ -907,5 +907,5 @@ int TIF6_getrow(int row, void* out, UDFHeader* header) {
 extern const RegisteredDriver registered_TIF6 = {
     TIF6_exist, TIF6_open, TIF6_close, TIF6_getrow,
     "TIFF6", "tif", "TIFF (*.tif; *.tff; *.tiff)", "*.tif;*.tff;*.tiff",
-    START_COUNTED, true, nullptr, nullptr, &state_TIF6, false, TIF6_header_transform,
+    START_COUNTED, true, nullptr, nullptr, &state_TIF6, false, nullptr, TIF6_header_transform,
 };
