@@ -370,7 +370,7 @@ int decode_blocked(NITFFile* file, NITFImageSubHeader* sub, const int* select, i
         return -1;
     }
     JPEGRowState* s = static_cast<JPEGRowState*>(calloc(1, sizeof(JPEGRowState)));
-    int result = -1;
+    volatile int result = -1;
     if (s) {
         prepare(s);
         if (setjmp(s->jerr.jump) == 0) {
