@@ -61,7 +61,7 @@ typedef struct TifFile {
     FILE* file;
     int32_t file_dirty;  /* set by tifMakeIFD: tifClose then writes */
     uint32_t next_free;  /* allocation point in the file */
-    uint32_t last_ifd;   /* offset of the IFD of the latest data read */
+    uint32_t last_ifd;   /* offset of the IFD of the latest byte or strip read */
     uint32_t last_tag;
     uint32_t last_index;
     uint16_t file_order;

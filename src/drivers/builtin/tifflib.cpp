@@ -349,7 +349,7 @@ long tifReadData(TifFile* tif, TifIfd* ifd, int tag, uint32_t index, void* buffe
     if (mode == TIF_DATA_TAG) {
         uint32_t* out = static_cast<uint32_t*>(buffer);
         int found = tifReadTag(tif, ifd, tag, out, out ? out + 1 : nullptr, e.use);
-        if (live(tif)) note_read(tif, ifd, tag, index);
+        if (live(tif)) note_read(tif, nullptr, 0, 0);
         return found;
     }
     if (!live(tif) || !held(tif, ifd)) return 0;
@@ -401,7 +401,10 @@ long tifReadData(TifFile* tif, TifIfd* ifd, int tag, uint32_t index, void* buffe
     default:
         return 0;
     }
-    note_read(tif, ifd, tag, index);
+    // A read of values leaves the file elsewhere: nothing for a later byte or
+    // strip read of the tag to go on from.
+    if (mode == TIF_DATA_ITEMS) note_read(tif, nullptr, 0, 0);
+    else note_read(tif, ifd, tag, index);
     return answer;
 }
 
