@@ -26,6 +26,8 @@
 #include "test_support.h"
 #include <tarnimage/messages.h>
 #include <tarnimage/properties.h>
+#include <tarnimage/tarn_file.h>
+#include <tarnimage/tifflib.h>
 
 namespace {
 
@@ -406,6 +408,84 @@ TEST(TiffGeoreference, HeaderTransformFollowsTheListedTags) {
     EXPECT_EQ(read_TIFF_header_trans("/nonexistent.tif", kTiff, t), -1);
     // The type is not placed by the channel: no world file, no header.
     EXPECT_EQ(get_image_to_world_transform(kTiff, tarntest::data_path("tiff/geo-area.tif").c_str(), t), -1);
+}
+
+}  // namespace
+
+namespace {
+
+// A tags-only TIFF written with the tag library's write side.
+struct TagSpec {
+    int tag, type;
+    std::vector<double> doubles;   // type 12
+    std::vector<uint32_t> longs;   // types 3 (as SHORTs), 4, 5 (pairs) and 10 (pairs)
+    std::string text;              // type 2
+};
+
+std::string write_tags(const tarntest::TempDir& dir, const std::vector<TagSpec>& specs) {
+    const std::string path = dir.file("tags.tif");
+    FILE* file = tarn_fopen(path.c_str(), "w+");
+    TifError e;
+    TifFile* tif = tifOpen(file, 0x4949, 42, 1, &e);
+    TifIfd* ifd = tifMakeIFD(tif, int(specs.size()) + 2, &e);
+    auto put = [&](const TagSpec& s) {
+        const void* data = nullptr;
+        uint32_t count = 0;
+        std::vector<uint16_t> shorts(s.longs.begin(), s.longs.end());
+        if (s.type == 12) data = s.doubles.data(), count = uint32_t(s.doubles.size());
+        else if (s.type == 2) data = s.text.c_str(), count = uint32_t(s.text.size() + 1);
+        else if (s.type == 3) data = shorts.data(), count = uint32_t(shorts.size());
+        else if (s.type == 4) data = s.longs.data(), count = uint32_t(s.longs.size());
+        else data = s.longs.data(), count = uint32_t(s.longs.size() / 2);
+        return tifWriteTag(tif, ifd, s.tag, s.type, 0, 0, &e) == 1 &&
+               tifWriteData(tif, ifd, s.tag, 0, data, count, TIF_DATA_ITEMS, &e) == 1;
+    };
+    bool ok = put({256, 3, {}, {4}, ""}) && put({257, 3, {}, {6}, ""});
+    for (const TagSpec& s : specs) ok = ok && put(s);
+    EXPECT_TRUE(ok);
+    tifClose(tif, 1, &e);
+    return path;
+}
+
+// The placement rules the tag library's copy follows where the libtiff copy
+// differs: a key directory without the raster type key means pixel-is-area,
+// only 2 is point, rationals are exact and signed for positions.
+TEST(TiffGeoreference, TagLibraryRules) {
+    tarntest::TempDir dir;
+    const TagSpec scale = {33550, 12, {2, 2, 0}, {}, ""};
+    const struct {
+        const char* what;
+        std::vector<TagSpec> tags;
+        std::vector<double> want;
+    } cases[] = {
+        {"scale, key directory without 1025", {scale, {34735, 3, {}, {1, 1, 0, 1, 1024, 0, 1, 1}, ""}}, {2, 0, 0, -2, 1, -1}},
+        {"scale, raster type 2", {scale, {34735, 3, {}, {1, 1, 0, 1, 1025, 0, 1, 2}, ""}}, {2, 0, 0, -2, 0, 0}},
+        {"scale, raster type 3", {scale, {34735, 3, {}, {1, 1, 0, 1, 1025, 0, 1, 3}, ""}}, {2, 0, 0, -2, 1, -1}},
+        {"scale, no key directory", {scale}, {2, 0, 0, -2, 0, 0}},
+        {"tie point at raster (10, 0), scale 2",
+         {scale, {33922, 12, {10, 0, 0, 500, 900, 0}, {}, ""}}, {2, 0, 0, -2, 480, 900}},
+        {"tie point without scale", {{33922, 12, {3, 4, 0, 500, 900, 0}, {}, ""}}, {0, 0, 0, 0, 497, 904}},
+        {"matrix over tie point",
+         {scale, {33922, 12, {0, 0, 0, 1, 1, 0}, {}, ""},
+          {34264, 12, {1.5, -5, 0, 1841000, -5, -1.5, 0, 1144000, 0, 0, 0, 0, 0, 0, 0, 1}, {}, ""}},
+         {1.5, -5, 0, -1.5, 1841000, 1144000}},
+        {"world text over matrix",
+         {{34264, 12, {1, 0, 0, 7, 0, 1, 0, 8, 0, 0, 0, 0, 0, 0, 0, 1}, {}, ""},
+          {34442, 2, {}, {}, "0.5 0.25 0.125 -0.5 100.5 200.5"}},
+         {0.5, 0.25, 0.125, -0.5, 100.5, 200.5}},
+        {"resolution 300/1 alone", {{282, 5, {}, {300, 1}, ""}}, {1.0 / 300, 0, 0, -1.0 / 300, 0, 0}},
+        {"resolutions 3/2 and 5/4", {{282, 5, {}, {3, 2}, ""}, {283, 5, {}, {5, 4}, ""}}, {2.0 / 3, 0, 0, -0.8, 0, 0}},
+        {"signed positions",
+         {{286, 5, {}, {uint32_t(-5), 2}, ""}, {287, 5, {}, {7, 4}, ""}}, {1, 0, 0, -1, -2.5, -1.75}},
+        {"nothing: rows numbered up", {}, {1, 0, 0, -1, 0, 5}},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.what);
+        const std::string path = write_tags(dir, c.tags);
+        std::vector<double> got(6, -7.0);
+        ASSERT_EQ(read_TIFF_header_trans(path.c_str(), kTiff, got.data()), 1);
+        expect_near(got, c.want);
+    }
 }
 
 }  // namespace
