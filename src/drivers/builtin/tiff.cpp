@@ -459,15 +459,17 @@ int open_common(Image* image, const char* path) {
 }
 
 int allocate_strip_buffers(Image* image, TifHeader* h, int planes) {
+    // Strips are the file's bytes: room for a few files' worth is never needed.
     const int64_t first = int64_t(MaxStripSize(h)) * planes;
-    if (first <= 0 || first >= kMaxBuffer) return -1;
+    if (first <= 0 || first >= kMaxBuffer || first > int64_t(h->file_size) * 4 + 4096) return -1;
     image->file_buffer = allocate_byte_buffer(long(first));
     if (!image->file_buffer) return -1;
     h->buffer_bytes = int32_t(first);
     if (h->compression == 1) return 1;
-    // The expanded strip can't be larger than PackBits makes of the file.
+    // PackBits makes at most 64 bytes of two; the buffer holds every plane's
+    // share of a row times the planes, so a few times that is allowed.
     const int64_t second = int64_t(planes) * image->row_bytes * h->rows_per_strip;
-    if (second <= 0 || second >= kMaxBuffer || second > int64_t(h->file_size) * 128 + 4096) return -1;
+    if (second <= 0 || second >= kMaxBuffer || second > int64_t(h->file_size) * 256 + 4096) return -1;
     image->file_buffer2 = allocate_byte_buffer(long(second));
     if (!image->file_buffer2) return -1;
     h->buffer2_bytes = int32_t(second);
@@ -649,7 +651,7 @@ int Unpack_Tif_8Mult_Data(Image* image) {
     const int64_t samples = h->samples, width = h->width;
     const int64_t step = h->planar == 1 ? samples : 1;
     const int64_t row_in_strip = g_pos.current_row % int64_t(h->rows_per_strip);
-    const int64_t place = row_in_strip * image->row_bytes * step / samples;
+    const int64_t place = h->planar == 1 ? row_in_strip * image->row_bytes : row_in_strip * image->row_bytes / samples;
     int64_t offset[3];
     const int bands[3] = {image->red_band, image->green_band, image->blue_band};
     for (int k = 0; k < 3; ++k) offset[k] = h->planar == 1 ? bands[k] : k * int64_t(h->rows_per_strip) * width;
