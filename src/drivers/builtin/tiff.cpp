@@ -453,6 +453,10 @@ int open_common(Image* image, const char* path) {
     h->file_size = CountEof(image->file);
     h->tif = tifOpen(image->file, kHostOrder, kVersion, 0, &h->tif_error);
     if (!h->tif || !TifGetTags(image, h) || TifChkTags(image, h) != 0) return fail_open(image);
+    // A row of every sample (the channel's buffers hold that many values)
+    // can't be more than PackBits makes of the whole file.
+    const int64_t row_values = int64_t(h->width) * h->samples;
+    if (row_values * ((h->bits + 7) / 8) > int64_t(h->file_size) * 256 + 4096) return fail_open(image);
     h->valid = 1;
     g_pos.owner = image;
     return 1;
