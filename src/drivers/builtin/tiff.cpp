@@ -91,10 +91,11 @@ bool fits_file(uint32_t count, int size, uint32_t file_size) {
     return size > 0 && uint64_t(count) * size <= file_size;
 }
 
-// Text of a tag, with a terminating zero; null when it can't be had.
-char* NewString(TifFile* tif, TifIfd* ifd, TifError* e, int tag, uint32_t count, uint32_t value,
+// Text of a tag, with a terminating zero; null when it can't be had or the
+// tag's items are not bytes.
+char* NewString(TifFile* tif, TifIfd* ifd, TifError* e, int tag, int type, uint32_t count, uint32_t value,
                 uint32_t file_size) {
-    if (count > 4 && count > file_size) return nullptr;
+    if (tifBytesPerType(type) != 1 || (count > 4 && count > file_size)) return nullptr;
     char* text = static_cast<char*>(CAllocate1(size_t(count) + 1, 1));
     if (!text) return nullptr;
     if (count <= 4) {
@@ -257,7 +258,7 @@ TifIfd* TifGetTags(Image*, TifHeader* h) {
                           : tag == kTagSoftware    ? &h->software
                                                    : &h->make;
             CFree1(*slot);
-            *slot = NewString(tif, ifd, e, tag, n, value, h->file_size);
+            *slot = NewString(tif, ifd, e, tag, type, n, value, h->file_size);
             if (tag == kTagMake && *slot) {
                 char make[kMaxMake + 1];
                 snprintf(make, sizeof make, "%s", *slot);
@@ -302,7 +303,7 @@ TifIfd* TifGetTags(Image*, TifHeader* h) {
             }
             break;
         case kTagWorldText: {
-            char* world = NewString(tif, ifd, e, tag, n, value, h->file_size);
+            char* world = NewString(tif, ifd, e, tag, type, n, value, h->file_size);
             double a = 0, b = 0, c = 0, d = 0;
             // The first and fourth numbers are the pixel sizes.
             if (world && sscanf(world, "%lf%lf%lf%lf", &a, &b, &c, &d) == 4) {
@@ -950,7 +951,8 @@ void UpdateTransfRasterSpace(TagFile& f, double* t) {
 int GetFromWorld(TagFile& f, double* t) {
     uint32_t count = 0, value = 0;
     if (!tifReadTag(f.tif, f.ifd, kTagWorldText, &count, &value, &f.error)) return -1;
-    char* text = NewString(f.tif, f.ifd, &f.error, kTagWorldText, count, value, f.size);
+    char* text =
+        NewString(f.tif, f.ifd, &f.error, kTagWorldText, f.type_of(kTagWorldText), count, value, f.size);
     if (!text) return -1;
     sscanf(text, "%lf%lf%lf%lf%lf%lf", &t[0], &t[1], &t[2], &t[3], &t[4], &t[5]);
     CFree1(text);
