@@ -56,7 +56,8 @@ void data_rows(const char* path) {
         image_row_map(&image, kTiffType, 0, image.columns - 1, 0, image.rows - 1) == 1) {
         initialize_row_IO(&image);
         if (allocate_multi_internal_buffers(&image) == 1)
-            for (int row = image.rows - 1; row >= 0; --row) image.get_row(&image, row);
+            for (int row = image.rows - 1; row >= 0; --row)
+                if (image.get_row(&image, row) == -1) break;
     }
     free_multi_buffers(&image);
     multi_image_close(&image);
