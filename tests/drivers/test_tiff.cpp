@@ -415,20 +415,20 @@ TEST(TiffGeoreference, HeaderTransformFollowsTheListedTags) {
 namespace {
 
 // A tags-only TIFF written with the tag library's write side.
-struct TagSpec {
+struct TagEntry {
     int tag, type;
     std::vector<double> doubles;   // type 12
     std::vector<uint32_t> longs;   // types 3 (as SHORTs), 4, 5 (pairs) and 10 (pairs)
     std::string text;              // type 2
 };
 
-std::string write_tags(const tarntest::TempDir& dir, const std::vector<TagSpec>& specs) {
+std::string write_tags(const tarntest::TempDir& dir, const std::vector<TagEntry>& entries) {
     const std::string path = dir.file("tags.tif");
     FILE* file = tarn_fopen(path.c_str(), "w+");
     TifError e;
     TifFile* tif = tifOpen(file, 0x4949, 42, 1, &e);
-    TifIfd* ifd = tifMakeIFD(tif, int(specs.size()) + 2, &e);
-    auto put = [&](const TagSpec& s) {
+    TifIfd* ifd = tifMakeIFD(tif, int(entries.size()) + 2, &e);
+    auto put = [&](const TagEntry& s) {
         const void* data = nullptr;
         uint32_t count = 0;
         std::vector<uint16_t> shorts(s.longs.begin(), s.longs.end());
@@ -441,21 +441,21 @@ std::string write_tags(const tarntest::TempDir& dir, const std::vector<TagSpec>&
                tifWriteData(tif, ifd, s.tag, 0, data, count, TIF_DATA_ITEMS, &e) == 1;
     };
     bool ok = put({256, 3, {}, {4}, ""}) && put({257, 3, {}, {6}, ""});
-    for (const TagSpec& s : specs) ok = ok && put(s);
+    for (const TagEntry& s : entries) ok = ok && put(s);
     EXPECT_TRUE(ok);
     tifClose(tif, 1, &e);
     return path;
 }
 
-// The placement rules the tag library's copy follows where the libtiff copy
+// The placement rules of the reader over the tag library where the one over libtiff
 // differs: a key directory without the raster type key means pixel-is-area,
 // only 2 is point, rationals are exact and signed for positions.
 TEST(TiffGeoreference, TagLibraryRules) {
     tarntest::TempDir dir;
-    const TagSpec scale = {33550, 12, {2, 2, 0}, {}, ""};
+    const TagEntry scale = {33550, 12, {2, 2, 0}, {}, ""};
     const struct {
         const char* what;
-        std::vector<TagSpec> tags;
+        std::vector<TagEntry> tags;
         std::vector<double> want;
     } cases[] = {
         {"scale, key directory without 1025", {scale, {34735, 3, {}, {1, 1, 0, 1, 1024, 0, 1, 1}, ""}}, {2, 0, 0, -2, 1, -1}},
