@@ -1,27 +1,16 @@
-// Built-in formats whose readers are not written yet: the built-in TIFF strip
-// reader and ADRG. Identification already knows them,
-// so a file of theirs is taken and then fails cleanly at open; each reader that lands takes its row and probes into a file of its own.
-//
-// Signatures read here (first bytes of the file):
-//   TIFF   0  u16 0x4949 "II" or 0x4D4D "MM"; 2 u16 42 in file order
+// Built-in formats whose readers are not written yet: ADRG. Identification
+// already knows it, so a file of its is taken and then fails cleanly at open;
+// each reader that lands takes its row and probes into a file of its own.
 
 #include <string.h>
 
 #include "drivers/driver.h"
 #include "drivers/drivers.h"
-#include "platform/byteorder.h"
 #include "platform/tarn_paths.h"
 #include <tarnimage/naming.h>
 #include <tarnimage/tarn_file.h>
 
 namespace {
-
-// Rewinds and reads up to `size` bytes; the count read, or -1 when the file
-// can't be rewound.
-long read_head(FILE* fp, uint8_t* buffer, size_t size) {
-    if (!fp || tarn_fseek(fp, 0, SEEK_SET) != 0) return -1;
-    return static_cast<long>(tarn_fread(buffer, 1, size, fp));
-}
 
 // An ADRG image is recognised by the general information file beside it,
 // named after the stem without its last two characters.
@@ -34,30 +23,14 @@ bool adrg_gen_beside(const std::string& stem) {
 
 extern "C" {
 
-int open_multi_TIFF(Image*, const char*, int, int, int, int) { return -1; }
 int open_ADRG(Image*, const char*, int, int) { return -1; }
 int open_multi_ADRG(Image*, const char*, int, int, int, int) { return -1; }
 
-int close_TIFF(Image*) { return 0; }
 int close_ADRG(Image*) { return 0; }
 
-int setup_runio_TIFF(Image*) { return -1; }
-int isok_runio_TIFF(Image*) { return 0; }
-
-int clrrd_TIFF_hdr(Image*) { return 1; }
 int clrrd_ADRG_hdr(Image*) { return 1; }
 // ADRG images are placed by a world file only: the header member gives 0.
 int read_ADRG_header_trans(const char*, int, double*) { return 0; }
-
-// The two words are compared in file order on this little-endian host, so
-// "MM" files carry 42 as 0x2A00.
-int check_format_TIFF(FILE* fp) {
-    uint8_t head[4];
-    if (read_head(fp, head, sizeof head) != static_cast<long>(sizeof head)) return 0;
-    uint16_t order = read_le16(head);
-    uint16_t magic = read_le16(head + 2);
-    return (order == 0x4949 || order == 0x4D4D) && (magic == 42 || magic == 0x2A00) ? 1 : 0;
-}
 
 int check_format_ADRG(const char* name) {
     if (!name) return 0;
@@ -70,8 +43,6 @@ int check_format_ADRG(const char* name) {
 }
 
 }  // extern "C"
-
-int extend_and_check_if_TIFF(const std::string&, std::string&) { return 0; }
 
 int extend_and_check_if_ADRG(const std::string& stem, std::string& candidate) {
     candidate = stem + ".img";
@@ -96,16 +67,6 @@ int extend_and_check_if_ADRG(const std::string& stem, std::string& candidate) {
     }
     return 0;
 }
-
-// Identification never gives this code: a TIFF on disk goes to the registered
-// TIFF driver. Only an explicit open with the code reaches it.
-extern const ImageDriver driver_TIFF = {
-    .type = 7, .keyword = "TIFF", .description = "TIFF strips, three bands (no reader)",
-    .flags = DRIVER_RESAMPLES_ROWS | DRIVER_RESAMPLES_MULTI_ROWS | DRIVER_UNPLACED,
-    .suffixes = {".tif"}, .open_multi = open_three_bands<open_multi_TIFF>, .close = close_TIFF,
-    .close_multi = close_TIFF, .clear_header = clrrd_TIFF_hdr, .setup_runio = setup_runio_TIFF,
-    .isok_runio = isok_runio_TIFF,
-};
 
 extern const ImageDriver driver_ADRG = {
     .type = 13, .keyword = "ADRG", .description = "ADRG (no reader under this code)",

@@ -15,14 +15,14 @@
 
 #include <string>
 
+#include "drivers/geotiff_terms.h"
+
 namespace {
 
 const ttag_t kWorldText = 34442;
 const ttag_t kModelTransformation = 34264;
 const ttag_t kModelTiepoint = 33922;
 const ttag_t kModelPixelScale = 33550;
-const int kRasterTypeKey = 1025;
-const int kPixelIsArea = 1;
 
 // Doubles of a counted tag; libtiff hands out its own memory.
 bool counted_doubles(TIFF* tif, ttag_t tag, uint16_t* count, double** values) {
@@ -39,17 +39,14 @@ int GetGeoKeyAreaPoint(TIFF*, GTIF* gtif, int* out) {
     *out = 0;
     if (!gtif) return 0;
     uint16_t value = 0;
-    if (GTIFKeyGet(gtif, static_cast<geokey_t>(kRasterTypeKey), &value, 0, 1) == 1) *out = value;
+    if (GTIFKeyGet(gtif, static_cast<geokey_t>(kGeoRasterTypeKey), &value, 0, 1) == 1) *out = value;
     return *out;
 }
 
 void UpdateTransfRasterSpace(TIFF* tif, GTIF* gtif, double* t) {
     int raster_type = 0;
     GetGeoKeyAreaPoint(tif, gtif, &raster_type);
-    if (raster_type == kPixelIsArea) {
-        t[4] += t[0] * 0.5;
-        t[5] += t[3] * 0.5;
-    }
+    geo_terms_to_centre(raster_type, t);
 }
 
 int GetFromWorld(TIFF* tif, GTIF*, double* t) {
@@ -70,21 +67,11 @@ int GetFromModel(TIFF* tif, GTIF* gtif, double* t) {
     double* s = nullptr;
     const bool has_scale = counted_doubles(tif, kModelPixelScale, &scale_count, &s) && scale_count >= 2;
     if (counted_doubles(tif, kModelTransformation, &count, &m) && count >= 16) {
-        // The x skew is the matrix's second term; its third is the z column,
-        // 0 in every 2-D file, which would drop the rotation.
-        t[0] = m[0], t[1] = m[4], t[2] = m[1], t[3] = m[5], t[4] = m[3], t[5] = m[7];
+        geo_terms_from_matrix(m, t);
     } else if (counted_doubles(tif, kModelTiepoint, &count, &m) && count >= 6) {
-        if (has_scale) {
-            t[0] = s[0], t[1] = t[2] = 0, t[3] = -s[1];
-            t[4] = m[3] - m[0] * s[0];
-            t[5] = m[1] * s[1] + m[4];
-        } else {
-            t[0] = t[1] = t[2] = t[3] = 0;
-            t[4] = m[3] - m[0];
-            t[5] = m[4] + m[1];
-        }
+        geo_terms_from_tiepoint(m, has_scale ? s : nullptr, t);
     } else if (has_scale) {
-        t[0] = s[0], t[1] = t[2] = 0, t[3] = -s[1], t[4] = t[5] = 0;
+        geo_terms_from_scale(s, t);
     } else {
         return -1;
     }
@@ -102,20 +89,9 @@ int GetFromPosition(TIFF* tif, GTIF* gtif, double* t) {
     t[5] = TIFFGetField(tif, TIFFTAG_YPOSITION, &value) == 1 ? value : 0.0;
     t[0] = TIFFGetField(tif, TIFFTAG_XRESOLUTION, &value) == 1 && value != 0 ? 1.0 / value : 0.0;
     t[3] = TIFFGetField(tif, TIFFTAG_YRESOLUTION, &value) == 1 && value != 0 ? 1.0 / value : 0.0;
-    if (t[0] == 0 && t[3] == 0) {
-        t[0] = t[3] = 1.0;
-    } else if (t[0] == 0) {
-        t[0] = t[3];
-    } else if (t[3] == 0) {
-        t[3] = t[0];
-    }
-    const bool plain = t[0] == t[3] && t[0] == 1.0 && t[4] == t[5] && t[4] == 0;
-    t[0] *= factor, t[3] *= factor, t[4] *= factor, t[5] *= factor;
-    t[1] = t[2] = 0;
-    t[3] = -t[3];
-    t[5] = -t[5];
     uint32_t length = 0;
-    if (plain && TIFFGetField(tif, TIFFTAG_IMAGELENGTH, &length) == 1) t[5] = (double(length) - 1) + t[5];
+    const bool has_length = TIFFGetField(tif, TIFFTAG_IMAGELENGTH, &length) == 1;
+    geo_terms_from_position(t, factor, has_length ? (long long)length : -1);
     UpdateTransfRasterSpace(tif, gtif, t);
     return 0;
 }
