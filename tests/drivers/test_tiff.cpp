@@ -342,7 +342,7 @@ std::vector<double> expected_transform(const Listing& l) {
     bool placed = true;
     if (has(34264)) {
         const auto& m = l.numbers.at(34264);
-        t = {m[0], m[4], m[2], m[5], m[3], m[7]};
+        t = {m[0], m[4], m[1], m[5], m[3], m[7]};  // the x skew is the second term
     } else if (has(33922)) {
         const auto& p = l.numbers.at(33922);
         if (has(33550)) {
@@ -468,7 +468,7 @@ TEST(TiffGeoreference, TagLibraryRules) {
         {"matrix over tie point",
          {scale, {33922, 12, {0, 0, 0, 1, 1, 0}, {}, ""},
           {34264, 12, {1.5, -5, 0, 1841000, -5, -1.5, 0, 1144000, 0, 0, 0, 0, 0, 0, 0, 1}, {}, ""}},
-         {1.5, -5, 0, -1.5, 1841000, 1144000}},
+         {1.5, -5, -5, -1.5, 1841000, 1144000}},
         {"world text over matrix",
          {{34264, 12, {1, 0, 0, 7, 0, 1, 0, 8, 0, 0, 0, 0, 0, 0, 0, 1}, {}, ""},
           {34442, 2, {}, {}, "0.5 0.25 0.125 -0.5 100.5 200.5"}},
