@@ -2,9 +2,11 @@
 // at scales 1, 2 and 8, 512 x 512 clips, and a tile workload of 2000 random
 // 256 x 256 requests over an 8192 x 8192 image. Files: Sun rasters (8-bit
 // with a palette, 24-bit), BIL (8-bit three bands, 16-bit one band stretched
-// by its .stx) and TIFF (LZW and Deflate, strips and tiles), all of the same
+// by its .stx), TIFF (LZW and Deflate, strips and tiles) and NITF (JPEG in
+// 256 x 256 blocks), all of the same
 // pixels so that bench/gdal_compare.py can time GDAL on them; libtiff's own
-// decode of every strip or tile is timed here as the floor for TIFF.
+// decode of every strip or tile is timed here as the floor for TIFF. A CADRG
+// frame of the shared samples is read when run.sh finds it.
 //
 // Usage: bench_getdata --keep DIR [benchmark flags]
 //        bench_getdata --peak DIR FILE   (one getData at scale 1, then the peak RSS)
@@ -160,6 +162,10 @@ const Case kCases[] = {
     {"bil-rgb8", "rgb8.bil"},             {"bil-gray16-stretch", "gray16.bil"},
     {"tiff-lzw-strips", "lzw-strips.tif"}, {"tiff-deflate-strips", "deflate-strips.tif"},
     {"tiff-lzw-tiles", "lzw-tiles.tif"},   {"tiff-deflate-tiles", "deflate-tiles.tif"},
+    // Written by bench/make_nitf.py and linked from the shared samples by
+    // bench/run.sh; skipped when absent. The JPEG image is decoded once per
+    // process, so its figures are those of the reads after the first.
+    {"nitf-c3-blocked", "nitf-c3-blocked.ntf"}, {"cadrg", "U_3058B.NTF"},
 };
 
 void make_files() {
@@ -231,7 +237,10 @@ void BM_Window(benchmark::State& state, const char* file, double scale, int clip
         state.SkipWithError("image not admitted");
         return;
     }
-    if (clip > 0) o.image->setClipRect((kSize - clip) / 2, (kSize - clip) / 2, clip, clip);
+    if (clip > 0) {
+        const long side = o.image->getWidth();
+        o.image->setClipRect((side - clip) / 2, (side - clip) / 2, clip, clip);
+    }
     o.image->setScale(scale);
     long out_pixels = 0;
     for (auto _ : state) {

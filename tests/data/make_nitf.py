@@ -28,10 +28,6 @@ gdal.UseExceptions()
 here = os.path.dirname(os.path.abspath(__file__))
 out = os.path.join(here, "nitf")
 samples = os.path.join(here, "..", "..", "..", "shared", "samples", "nitf")
-os.makedirs(out, exist_ok=True)
-for name in os.listdir(out):
-    if name.endswith((".ntf", ".pgm", ".ppm")):
-        os.remove(os.path.join(out, name))
 os.environ["GDAL_PAM_ENABLED"] = "NO"
 work = tempfile.mkdtemp()
 
@@ -172,27 +168,6 @@ def fixture(name, b):
     write_pnm(os.path.join(out, name + (".ppm" if a.shape[0] == 3 else ".pgm")), a)
 
 
-geo = (11.5, 0.025, 0, -16.25, 0, -0.02)
-# Uncompressed: 37 x 23 in blocks of 16, so the right and bottom blocks are padded.
-nc3 = to_nitf20(gdal_write("nc-rgb", pattern(37, 23, 3, 1), ["IC=NC", "BLOCKSIZE=16"], geo=geo))
-fixture("nc-imode-b-rgb-37x23", nc3)
-fixture("nc-imode-p-rgb-37x23", reorder(nc3, "P"))
-fixture("nc-imode-s-rgb-37x23", reorder(nc3, "S"))
-fixture("nc-grey-single-block-29x13", to_nitf20(gdal_write("nc-grey", pattern(29, 13, 1, 2), ["IC=NC"])))
-fixture("nc-12bit-abpp-21x17",
-        to_nitf20(gdal_write("nc-12", pattern(21, 17, 1, 3, np.uint16, 4095), ["IC=NC", "ABPP=12", "BLOCKSIZE=16"])))
-lut_colours = [((i * 97) % 256, (i * 53 + 40) % 256, (255 - i * 31) % 256) for i in range(256)]
-fixture("nc-rgb-lut-25x19", to_nitf20(gdal_write("nc-lut", pattern(25, 19, 1, 4) % 200, ["IC=NC"], colours=lut_colours)))
-# JPEG: one block, and blocks of 16 (padded at the edges), one band and three.
-fixture("c3-grey-one-block-40x24", to_nitf20(gdal_write("c3-1", pattern(40, 24, 1, 5), ["IC=C3", "QUALITY=90"])))
-fixture("c3-grey-blocked-37x23",
-        to_nitf20(gdal_write("c3-b1", pattern(37, 23, 1, 6), ["IC=C3", "QUALITY=90", "BLOCKSIZE=16"])))
-fixture("c3-rgb-blocked-37x23",
-        to_nitf20(gdal_write("c3-b3", pattern(37, 23, 3, 7), ["IC=C3", "QUALITY=90", "BLOCKSIZE=16"], geo=geo)))
-fixture("m3-grey-blocked-37x23",
-        to_nitf20(gdal_write("m3-b1", pattern(37, 23, 1, 8), ["IC=M3", "QUALITY=90", "BLOCKSIZE=16"])))
-
-
 def without_block(b, index):
     """A masked image whose mask records block `index` as absent."""
     b = bytearray(b)
@@ -205,20 +180,50 @@ def without_block(b, index):
     return bytes(b)
 
 
-fixture("m3-grey-absent-block-37x23",
-        without_block(to_nitf20(gdal_write("m3-a", pattern(37, 23, 1, 10), ["IC=M3", "QUALITY=90", "BLOCKSIZE=16"])), 4))
-fixture("m3-rgb-blocked-37x23",
-        to_nitf20(gdal_write("m3-b3", pattern(37, 23, 3, 9), ["IC=M3", "QUALITY=90", "BLOCKSIZE=16"])))
+def main():
+    os.makedirs(out, exist_ok=True)
+    for name in os.listdir(out):
+        if name.endswith((".ntf", ".pgm", ".ppm")):
+            os.remove(os.path.join(out, name))
+    geo = (11.5, 0.025, 0, -16.25, 0, -0.02)
+    # Uncompressed: 37 x 23 in blocks of 16, so the right and bottom blocks are padded.
+    nc3 = to_nitf20(gdal_write("nc-rgb", pattern(37, 23, 3, 1), ["IC=NC", "BLOCKSIZE=16"], geo=geo))
+    fixture("nc-imode-b-rgb-37x23", nc3)
+    fixture("nc-imode-p-rgb-37x23", reorder(nc3, "P"))
+    fixture("nc-imode-s-rgb-37x23", reorder(nc3, "S"))
+    fixture("nc-grey-single-block-29x13", to_nitf20(gdal_write("nc-grey", pattern(29, 13, 1, 2), ["IC=NC"])))
+    fixture("nc-12bit-abpp-21x17",
+            to_nitf20(gdal_write("nc-12", pattern(21, 17, 1, 3, np.uint16, 4095), ["IC=NC", "ABPP=12", "BLOCKSIZE=16"])))
+    lut_colours = [((i * 97) % 256, (i * 53 + 40) % 256, (255 - i * 31) % 256) for i in range(256)]
+    fixture("nc-rgb-lut-25x19", to_nitf20(gdal_write("nc-lut", pattern(25, 19, 1, 4) % 200, ["IC=NC"], colours=lut_colours)))
+    # JPEG: one block, and blocks of 16 (padded at the edges), one band and three.
+    fixture("c3-grey-one-block-40x24", to_nitf20(gdal_write("c3-1", pattern(40, 24, 1, 5), ["IC=C3", "QUALITY=90"])))
+    fixture("c3-grey-blocked-37x23",
+            to_nitf20(gdal_write("c3-b1", pattern(37, 23, 1, 6), ["IC=C3", "QUALITY=90", "BLOCKSIZE=16"])))
+    fixture("c3-rgb-blocked-37x23",
+            to_nitf20(gdal_write("c3-b3", pattern(37, 23, 3, 7), ["IC=C3", "QUALITY=90", "BLOCKSIZE=16"], geo=geo)))
+    fixture("m3-grey-blocked-37x23",
+            to_nitf20(gdal_write("m3-b1", pattern(37, 23, 1, 8), ["IC=M3", "QUALITY=90", "BLOCKSIZE=16"])))
 
-if os.path.isdir(samples):
-    lines = ["# NITF 2.0 samples: rows columns bands and the FNV-1a hash of GDAL's values"]
-    for name in ["U_1034A.NTF", "U_2001A.NTF", "U_3002A.NTF", "U_3010A.NTF", "U_3050B.NTF", "U_4007A.NTF",
-                 "U_1125C.NTF"]:
-        a = gdal_values(os.path.join(samples, name))
-        bands, h, w = a.shape
-        hsh = 2166136261
-        for v in a.transpose(1, 2, 0).reshape(-1):
-            hsh = ((hsh ^ int(v)) * 16777619) & 0xFFFFFFFF
-        lines.append("%s %d %d %d %08x" % (name, h, w, bands, hsh))
-    with open(os.path.join(out, "samples.txt"), "w") as f:
-        f.write("\n".join(lines) + "\n")
+
+    fixture("m3-grey-absent-block-37x23",
+            without_block(to_nitf20(gdal_write("m3-a", pattern(37, 23, 1, 10), ["IC=M3", "QUALITY=90", "BLOCKSIZE=16"])), 4))
+    fixture("m3-rgb-blocked-37x23",
+            to_nitf20(gdal_write("m3-b3", pattern(37, 23, 3, 9), ["IC=M3", "QUALITY=90", "BLOCKSIZE=16"])))
+
+    if os.path.isdir(samples):
+        lines = ["# NITF 2.0 samples: rows columns bands and the FNV-1a hash of GDAL's values"]
+        for name in ["U_1034A.NTF", "U_2001A.NTF", "U_3002A.NTF", "U_3010A.NTF", "U_3050B.NTF", "U_4007A.NTF",
+                     "U_1125C.NTF"]:
+            a = gdal_values(os.path.join(samples, name))
+            bands, h, w = a.shape
+            hsh = 2166136261
+            for v in a.transpose(1, 2, 0).reshape(-1):
+                hsh = ((hsh ^ int(v)) * 16777619) & 0xFFFFFFFF
+            lines.append("%s %d %d %d %08x" % (name, h, w, bands, hsh))
+        with open(os.path.join(out, "samples.txt"), "w") as f:
+            f.write("\n".join(lines) + "\n")
+
+
+if __name__ == "__main__":
+    main()
