@@ -18,7 +18,9 @@ for name in II_RegisterUDF II_UnregisterUDF II_UnregisterAllUDF II_GetUDFKeyword
             tarn_set_message_handler write_standard_header write_standard_colormap \
             write_standard_colors write_standard_statistics write_standard_stats \
             get_8bit_grayscale_ramp initialize_standard_header get_standard_header_writename \
-            get_standard_color_writename get_standard_stats_writename rdhdr_UDF clrrd_UDF_hdr tarn_get_format; do
+            get_standard_color_writename get_standard_stats_writename rdhdr_UDF clrrd_UDF_hdr tarn_get_format \
+            tifOpen tifReadIFD tifReadTag tifReadNTag tifReadData tifMakeIFD tifWriteTag tifWriteData \
+            tifClose NITF_WriteHeader NITF_WriteImageSubHeader; do
   echo "$symbols" | grep -qx "$name" || { echo "$name is not exported"; exit 1; }
 done
 if echo "$symbols" | grep -q 'CIImageImpl\|CIntegratorManagerImpl\|TarnDirBrowser'; then
