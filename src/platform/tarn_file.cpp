@@ -78,7 +78,11 @@ FILE* tarn_fopen(const char* name, const char* mode) {
         if (!file) {
             delete cookie;
             close(fd);
+            return nullptr;
         }
+        // A small buffer: reads of a window's part of a row copy that part,
+        // not the 8 KiB around it; larger reads go straight to the caller.
+        setvbuf(file, nullptr, _IOFBF, 1024);
         return file;
     }
     // Close-on-exec, so a host that spawns processes doesn't leak our handles.
