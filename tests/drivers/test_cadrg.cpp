@@ -35,25 +35,12 @@ namespace {
 
 using tarntest::Bytes;
 
-struct Expected {
-    int rows, columns, bands;
-    uint32_t hash;
-};
+using Expected = tarntest::SampleHash;
 
-// make_cadrg.py's samples.txt: name rows columns bands hash.
+// make_cadrg.py's samples.txt by name.
 std::map<std::string, Expected> expected() {
     std::map<std::string, Expected> list;
-    std::ifstream in(tarntest::data_path("cadrg/samples.txt"));
-    std::string line;
-    while (std::getline(in, line)) {
-        if (line.empty() || line[0] == '#') continue;
-        std::istringstream fields(line);
-        std::string name, hash;
-        Expected e;
-        fields >> name >> e.rows >> e.columns >> e.bands >> hash;
-        e.hash = uint32_t(strtoul(hash.c_str(), nullptr, 16));
-        list[name] = e;
-    }
+    for (const Expected& e : tarntest::read_sample_hashes("cadrg/samples.txt")) list[e.name] = e;
     return list;
 }
 

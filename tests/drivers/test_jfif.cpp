@@ -11,8 +11,6 @@
 #include <stdlib.h>
 #include <string.h>
 
-#include <fstream>
-#include <sstream>
 #include <string>
 #include <vector>
 
@@ -38,28 +36,6 @@ size_t jpeg_header(const Bytes& file) {
         at += 2 + length;
     }
     return file.size();
-}
-
-struct SampleLine {
-    std::string name;
-    int rows, columns, bands;
-    uint32_t hash;
-};
-
-std::vector<SampleLine> sample_lines() {
-    std::vector<SampleLine> list;
-    std::ifstream in(tarntest::data_path("jfif/samples.txt"));
-    std::string line;
-    while (std::getline(in, line)) {
-        if (line.empty() || line[0] == '#') continue;
-        std::istringstream fields(line);
-        SampleLine s;
-        std::string hash;
-        fields >> s.name >> s.rows >> s.columns >> s.bands >> hash;
-        s.hash = uint32_t(std::stoul(hash, nullptr, 16));
-        list.push_back(s);
-    }
-    return list;
 }
 
 Bytes fixture_bytes(const std::string& name) { return tarntest::read_file(tarntest::data_path("jfif/" + name)); }
@@ -105,7 +81,7 @@ const tarntest::DriverSuite& suite() {
             {"frame of another process", no_frame, -1, -1, {}},
         };
         if (tarntest::samples_present())
-            for (const SampleLine& l : sample_lines())
+            for (const tarntest::SampleHash& l : tarntest::read_sample_hashes("jfif/samples.txt"))
                 s.samples.push_back({"jfif/" + l.name, l.rows, l.columns, l.bands, 8, 1, l.hash});
         return s;
     }();

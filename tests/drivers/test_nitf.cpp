@@ -17,8 +17,6 @@
 #include <stdlib.h>
 #include <string.h>
 
-#include <fstream>
-#include <sstream>
 #include <string>
 #include <vector>
 
@@ -62,28 +60,6 @@ Bytes patched(const std::string& name, size_t offset, const std::string& text, b
 // Offset of IC in a subheader without IGEOLO and comments, and of IMODE
 // behind one band without tables.
 const size_t kIC = 373, kIMODE = 373 + 2 + 1 + 13 + 1;
-
-struct SampleLine {
-    std::string name;
-    int rows, columns, bands;
-    uint32_t hash;
-};
-
-std::vector<SampleLine> sample_lines() {
-    std::vector<SampleLine> list;
-    std::ifstream in(tarntest::data_path("nitf/samples.txt"));
-    std::string line;
-    while (std::getline(in, line)) {
-        if (line.empty() || line[0] == '#') continue;
-        std::istringstream fields(line);
-        SampleLine s;
-        std::string hash;
-        fields >> s.name >> s.rows >> s.columns >> s.bands >> hash;
-        s.hash = uint32_t(std::stoul(hash, nullptr, 16));
-        list.push_back(s);
-    }
-    return list;
-}
 
 const tarntest::DriverSuite& suite() {
     static const tarntest::DriverSuite s = [] {
@@ -139,7 +115,7 @@ const tarntest::DriverSuite& suite() {
              1, 1, std::vector<int>(23, -1)},
         };
         if (tarntest::samples_present()) {
-            for (const SampleLine& l : sample_lines())
+            for (const tarntest::SampleHash& l : tarntest::read_sample_hashes("nitf/samples.txt"))
                 s.samples.push_back({"nitf/" + l.name, l.rows, l.columns, l.bands, l.name == "U_4007A.NTF" ? 16 : 8, 1,
                                      l.hash});
             s.samples.push_back({"nitf/U_1050A.NTF", 1024, 1024, 1, 8, 1, 0});  // C1: rows fail

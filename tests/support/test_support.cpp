@@ -4,6 +4,7 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <sstream>
 #include <stdexcept>
 #include <stdlib.h>
 
@@ -13,6 +14,22 @@ namespace tarntest {
 
 std::string data_path(const std::string& relative) {
     return std::string(TARN_TEST_DATA_DIR) + "/" + relative;
+}
+
+std::vector<SampleHash> read_sample_hashes(const std::string& relative) {
+    std::vector<SampleHash> list;
+    std::ifstream in(data_path(relative));
+    std::string line;
+    while (std::getline(in, line)) {
+        if (line.empty() || line[0] == '#') continue;
+        std::istringstream fields(line);
+        SampleHash s;
+        std::string hash;
+        fields >> s.name >> s.rows >> s.columns >> s.bands >> hash;
+        s.hash = uint32_t(std::stoul(hash, nullptr, 16));
+        list.push_back(s);
+    }
+    return list;
 }
 
 std::string unpacked_path(const std::string& relative) {

@@ -35,6 +35,16 @@ private:
 
 std::vector<unsigned char> read_file(const std::string& path);
 
+/* One line of a fixture script's hash list under tests/data: a name, the
+ * size and the FNV-1a 32 hash (hex) of the values a reference tool gave.
+ * Blank lines and lines starting with "#" are skipped. */
+struct SampleHash {
+    std::string name;
+    int rows = 0, columns = 0, bands = 0;
+    uint32_t hash = 0;
+};
+std::vector<SampleHash> read_sample_hashes(const std::string& relative);
+
 /* Names, without ".ras", of the Sun rasters under tests/data/sunraster, sorted;
  * netpbm's decode of each lies beside it as ".pnm". */
 std::vector<std::string> sun_fixtures();
